@@ -17,10 +17,19 @@ void write(Level level, const CBucketSpecificLogger* prefix, const std::string& 
         const std::string head = prefix != nullptr ? prefix->getMessagePrefix() : std::string();
         Poco::ScopedLock<CLogger> guard(*logger);
         Poco::LogStream& stream = logger->getStream();
+        // A line that failed to reach the file (a folder not yet there) leaves the stream's
+        // badbit set, which would silence every later line.
+        stream.clear();
         switch (level) {
-            case Level::Information: stream.information(); break;
-            case Level::Warning: stream.warning(); break;
-            case Level::Error: stream.error(); break;
+            case Level::Information:
+                stream.information();
+                break;
+            case Level::Warning:
+                stream.warning();
+                break;
+            case Level::Error:
+                stream.error();
+                break;
         }
         stream << head << text << std::endl;
     } catch (...) {

@@ -21,10 +21,10 @@ void write(Level level, const CBucketSpecificLogger* prefix, const std::string& 
 
 // The text is formatted before the logger's lock is taken, so no caller expression (a getter
 // that takes a group's lock, say) ever runs under it.
-#define VXT_LOG_AT(level, prefix, expr)                                   \
-    do {                                                                  \
-        std::ostringstream vxt_log_text_;                                 \
-        vxt_log_text_ << expr;                                            \
+#define VXT_LOG_AT(level, prefix, expr)                                        \
+    do {                                                                       \
+        std::ostringstream vxt_log_text_;                                      \
+        vxt_log_text_ << expr;                                                 \
         ::vx_transfers::log_helper::write(level, prefix, vxt_log_text_.str()); \
     } while (0)
 

@@ -1,0 +1,31 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace vx_transfers {
+
+// The lines that the library logs from now on: remembers where the log file ends, and reads
+// what comes after. Lines are split into their level ("Error", "Warning", "Information") and
+// their text.
+class CLogFileTail {
+public:
+    struct Line {
+        std::string level;
+        std::string text;
+    };
+
+    CLogFileTail();
+
+    std::vector<Line> lines() const;
+    // The texts of the new lines of one level.
+    std::vector<std::string> texts(const std::string& level) const;
+    // How many new lines of `level` begin with `prefix`.
+    size_t countStartingWith(const std::string& level, const std::string& prefix) const;
+
+private:
+    std::string m_path;
+    long long m_start;
+};
+
+}  // namespace vx_transfers
