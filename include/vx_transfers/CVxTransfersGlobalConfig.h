@@ -39,7 +39,8 @@ public:
     const std::string& getUserAgent();
 
     // The proxy that applies to the REST end-point, from the proxy environment variables.
-    // False means a direct connection.
+    // False means a direct connection. Throws Poco::SyntaxException when the end-point or the
+    // proxy URL cannot be parsed. Look-ups are serialised.
     bool getProxyConfig(ProxyConfig& config);
 
     CVxTransfersGlobalConfig(const CVxTransfersGlobalConfig&) = delete;
@@ -51,10 +52,13 @@ private:
     static std::unique_ptr<CVxTransfersGlobalConfig> m_instancePtr;
 
     std::unique_ptr<Poco::FastMutex> m_mutex;
-    std::wstring m_appFilesPath;                                  // guarded by m_mutex
-    std::string m_restEndPointUrl;                                // guarded by m_mutex
-    std::string m_userAgent;                                      // guarded by m_mutex
-    std::unique_ptr<CProxyConfigurationRetriever> m_proxyRetriever;  // guarded by m_mutex
+    std::wstring m_appFilesPath;    // guarded by m_mutex
+    std::string m_restEndPointUrl;  // guarded by m_mutex
+    std::string m_userAgent;        // guarded by m_mutex
+    // Proxy look-ups have a lock of their own: they log, and the logger reads the application
+    // files path under m_mutex when it is first made.
+    std::unique_ptr<Poco::FastMutex> m_proxyMutex;
+    std::unique_ptr<CProxyConfigurationRetriever> m_proxyRetriever;  // guarded by m_proxyMutex
 };
 
 }  // namespace vx_transfers

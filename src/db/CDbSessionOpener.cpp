@@ -41,7 +41,6 @@ void CDbSessionOpener::applyJournalSettings(Poco::Data::Session& session) {
         Poco::FastMutex::ScopedLock statementLock(CDbSessionLock::mutex());
         session << "PRAGMA journal_mode=WAL", into(journalMode), now;
         session << "PRAGMA synchronous=NORMAL", now;
-        session << "PRAGMA busy_timeout=" << kBusyTimeoutMs, now;
     }
     if (journalMode != "wal") {
         // A file system without shared memory keeps the rollback journal: slower, still safe.
@@ -50,8 +49,14 @@ void CDbSessionOpener::applyJournalSettings(Poco::Data::Session& session) {
 }
 
 std::unique_ptr<Poco::Data::Session> CDbSessionOpener::connect(const std::string& path) {
-    return std::unique_ptr<Poco::Data::Session>(new Poco::Data::Session(
-        Poco::Data::SessionFactory::instance().create(Poco::Data::SQLite::Connector::KEY, path)));
+    // A login timeout of 0 makes one attempt: Poco would otherwise retry a file that can't be
+    // opened for a whole minute, and nothing makes such a file openable a moment later.
+    std::unique_ptr<Poco::Data::Session> session(
+        new Poco::Data::Session(Poco::Data::SessionFactory::instance().create(
+            Poco::Data::SQLite::Connector::KEY, path, 0)));
+    Poco::FastMutex::ScopedLock statementLock(CDbSessionLock::mutex());
+    *session << "PRAGMA busy_timeout=" << kBusyTimeoutMs, now;
+    return session;
 }
 
 bool CDbSessionOpener::isSound(Poco::Data::Session& session) {

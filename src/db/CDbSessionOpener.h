@@ -24,12 +24,10 @@ public:
     // Throws what connecting throws (a folder that can't be written, say).
     static std::unique_ptr<Poco::Data::Session> open(const std::string& path);
 
-    // The journal settings of open(), for a session made elsewhere.
-    static void applyJournalSettings(Poco::Data::Session& session);
-
     CDbSessionOpener() = delete;
 
 private:
+    static void applyJournalSettings(Poco::Data::Session& session);
     static std::unique_ptr<Poco::Data::Session> connect(const std::string& path);
     // False if the file is not a database or is damaged; other failures throw.
     static bool isSound(Poco::Data::Session& session);

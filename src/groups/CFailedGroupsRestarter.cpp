@@ -25,9 +25,7 @@ CFailedGroupsRestarter* CFailedGroupsRestarter::getInstance() {
 
 CFailedGroupsRestarter::CFailedGroupsRestarter(unsigned int restartIntervalSec,
                                                NowSecondsFunction nowSeconds)
-    : m_restartIntervalSec(restartIntervalSec),
-      m_stop(false),
-      m_nowSeconds(std::move(nowSeconds)) {
+    : m_restartIntervalSec(restartIntervalSec), m_stop(false), m_nowSeconds(std::move(nowSeconds)) {
     VXT_LOG_INFO("Starting worker thread of group restarter");
     try {
         m_thread.start(*this);

@@ -157,8 +157,7 @@ public:
     // The active files that have neither completed nor failed.
     void GetListOfActiveTransferingFilePtrs(std::list<FilePtr>& files) {
         for (Entry& entry : *this) {
-            if (isActive(entry.second) &&
-                entry.second.status == Status::FILE_STATUS_TRANSFERRING) {
+            if (isActive(entry.second) && entry.second.status == Status::FILE_STATUS_TRANSFERRING) {
                 files.push_back(entry.second.file);
             }
         }

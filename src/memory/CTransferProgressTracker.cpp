@@ -33,8 +33,7 @@ unsigned long long truncateToUint64(float value) {
     if (value < kTwoTo63) {
         return static_cast<unsigned long long>(truncateToInt64(value));
     }
-    return static_cast<unsigned long long>(truncateToInt64(value - kTwoTo63)) ^
-           (1ULL << 63);
+    return static_cast<unsigned long long>(truncateToInt64(value - kTwoTo63)) ^ (1ULL << 63);
 }
 
 // Truncated to 64 bits, then cut to the low 32.

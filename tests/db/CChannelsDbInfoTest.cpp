@@ -195,20 +195,5 @@ TEST_F(CChannelsDbInfoTest, RemovesDeleteEveryChannelOfTheNamedFilesOnly) {
     EXPECT_TRUE(extractDownload(*m_db).empty());
 }
 
-TEST_F(CChannelsDbInfoTest, ChannelsAreEqualByFileAndOffsetAlone) {
-    CChannelsDbInfo::ChannelInfo a = uploadChannel("f", 7, {{"a", "1"}});
-    CChannelsDbInfo::ChannelInfo b = uploadChannel("f", 7, {});
-    b.state = 1;
-    EXPECT_TRUE(a == b);
-    EXPECT_FALSE(a == uploadChannel("f", 8, {}));
-    EXPECT_FALSE(a == uploadChannel("g", 7, {}));
-
-    CDownloadChannelsDbInfo::ChannelInfo c = downloadChannel("f", 7);
-    CDownloadChannelsDbInfo::ChannelInfo d = downloadChannel("f", 7);
-    d.bytesToTransfer = 1;
-    EXPECT_TRUE(c == d);
-    EXPECT_FALSE(c == downloadChannel("f", 0));
-}
-
 }  // namespace
 }  // namespace vx_transfers

@@ -7,6 +7,7 @@
 #include <stdexcept>
 
 #include "CDatabaseTestAccess.h"
+#include "platform/Log.h"
 #include "platform/porting/string_convert.h"
 #include "vx_transfers/CVxTransfersGlobalConfig.h"
 
@@ -19,7 +20,12 @@ bool isChildProcess() { return std::getenv(CDbTestFolder::kChildFolderVariable) 
 // Closes the database and removes the folder once every test has run.
 class CFolderRemover : public ::testing::Environment {
 public:
-    void SetUp() override { CDbTestFolder::path(); }
+    // The logger opens its file in the folder of its first line, for the life of the process:
+    // that first line is written here, so that tests may point the library elsewhere later.
+    void SetUp() override {
+        CDbTestFolder::path();
+        VXT_LOG_INFO("Database tests use " << CDbTestFolder::path());
+    }
     void TearDown() override {
         CDatabaseTestAccess::close();
         if (!isChildProcess()) {

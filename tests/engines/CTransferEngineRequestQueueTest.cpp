@@ -23,9 +23,10 @@ constexpr std::chrono::seconds kDeadline(30);
 TEST(CTransferEngineRequestQueueTest, RequestsComeOutInPostingOrderWhateverTheirType) {
     Queue queue;
     const Queue::RequestType types[] = {
-        Queue::REQUEST_STOP,          Queue::REQUEST_GROUP_RESUME,  Queue::REQUEST_CHANNEL_ADD,
-        Queue::REQUEST_INITIATE_TRANSFERS, Queue::REQUEST_TRANSFER_ERROR,
-        Queue::REQUEST_FILES_INITIALIZE,   Queue::REQUEST_STOP,  Queue::REQUEST_GROUP_MARK};
+        Queue::REQUEST_STOP,           Queue::REQUEST_GROUP_RESUME,
+        Queue::REQUEST_CHANNEL_ADD,    Queue::REQUEST_INITIATE_TRANSFERS,
+        Queue::REQUEST_TRANSFER_ERROR, Queue::REQUEST_FILES_INITIALIZE,
+        Queue::REQUEST_STOP,           Queue::REQUEST_GROUP_MARK};
     int index = 0;
     for (Queue::RequestType type : types) {
         Poco::Any payload(index++);

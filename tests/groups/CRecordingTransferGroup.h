@@ -45,7 +45,8 @@ public:
     void resumeGroupAsync(bool) override {}
     void setRetryCounter(unsigned int, bool) override {}
     void onResume() override {}
-    void updateGroupState(CTransferManagerBase::GroupStatus, transfer_defs::GroupErrorType) override {}
+    void updateGroupState(CTransferManagerBase::GroupStatus,
+                          transfer_defs::GroupErrorType) override {}
     void onPause() override {}
     ITransferEngineCallback* getEngineCallback() override { return nullptr; }
     void onRetryCounterChanged() override {}

@@ -85,8 +85,8 @@ protected:
         Poco::Net::SecureServerSocket socket(Poco::Net::SocketAddress("127.0.0.1", 0), 16,
                                              serverContext);
         m_port = socket.address().port();
-        m_server.reset(new Poco::Net::HTTPServer(new CHelloFactory, socket,
-                                                 new Poco::Net::HTTPServerParams));
+        m_server.reset(
+            new Poco::Net::HTTPServer(new CHelloFactory, socket, new Poco::Net::HTTPServerParams));
         m_server->start();
     }
 

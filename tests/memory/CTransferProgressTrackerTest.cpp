@@ -1,8 +1,8 @@
-#include "memory/CTransferProgressTracker.h"
-
 #include <gtest/gtest.h>
 
 #include <limits>
+
+#include "memory/CTransferProgressTracker.h"
 
 namespace vx_transfers {
 namespace {

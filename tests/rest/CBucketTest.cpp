@@ -99,7 +99,7 @@ TEST_F(CBucketTest, FailedLoginGivesEmptyResultsAndAnEmptyBucketPath) {
     EXPECT_TRUE(desc.fileUid.empty());
     EXPECT_TRUE(desc.fileUrl.empty());
     bool sawEmptySegment = false;
-    for (const CServiceControlClient::RequestRecord& request : requests(routes::kAny)) {
+    for (const CServiceControlClient::RequestRecord& request : allRequests()) {
         sawEmptySegment = sawEmptySegment || request.target == "/api/v2/bucket//files";
     }
     EXPECT_TRUE(sawEmptySegment);

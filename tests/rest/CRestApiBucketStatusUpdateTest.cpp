@@ -50,7 +50,7 @@ TEST_F(CRestApiBucketStatusUpdateTest, StatusWordsFollowTheTableAndOutsideValues
     details.bucketId = "B";
     details.status = static_cast<Details::BucketStatus>(5);
     EXPECT_EQ(DT_INVALID_ARGUMENT, call.sendRequest(details));
-    EXPECT_TRUE(requests(routes::kAny).empty());
+    EXPECT_TRUE(allRequests().empty());
 }
 
 TEST_F(CRestApiBucketStatusUpdateTest, AnswerMustNameTheSameBucket) {

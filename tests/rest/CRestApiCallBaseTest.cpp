@@ -112,7 +112,7 @@ TEST_F(CRestApiCallBaseTest, UnusableEndPointGivesNotConnectedFromEveryOperation
         EXPECT_EQ(DT_NOT_CONNECTED, call.receiveResponse(answer));
         EXPECT_NE(std::string::npos, logSinceMark().find(row.logLine));
     }
-    EXPECT_TRUE(requests(routes::kAny).empty());
+    EXPECT_TRUE(allRequests().empty());
 }
 
 TEST_F(CRestApiCallBaseTest, ClosedPortFailsFastWithALogLine) {
@@ -296,6 +296,28 @@ TEST(CPocoHttpSetupHelperTest, SuccessIsOneHundredUpToThreeHundredSeven) {
     }
 }
 
+TEST_F(CRestApiCallBaseTest, ResponseBodyIsLoggedWholeOnlyUpToTheLengthLimit) {
+    const std::string text = std::string(2500, 'x') + "END";
+    Poco::Net::HTTPResponse response;
+    response.setContentLength64(static_cast<Poco::Int64>(text.size()));
+    {
+        std::istringstream stream(text);
+        CPocoHttpSetupHelper::logHttpResponse(response, stream, text.size());
+    }
+    std::string log = logSinceMark();
+    EXPECT_NE(std::string::npos,
+              log.find("Http setup helper: Content length of response: " +
+                       std::to_string(text.size())));
+    EXPECT_NE(std::string::npos, log.find("Response from server is: " + text + "\n"));
+
+    markLog();
+    std::istringstream stream(text);
+    CPocoHttpSetupHelper::logHttpResponse(response, stream, text.size() - 1);
+    log = logSinceMark();
+    EXPECT_NE(std::string::npos, log.find("Content length of response: "));
+    EXPECT_EQ(std::string::npos, log.find("Response from server is: "));
+}
+
 TEST(CRestApiCallBaseStaticTest, VerbsMapToPocoMethods) {
     EXPECT_EQ("POST", CRestApiCallBase::httpVerbToPoco(CRestApiCallBase::POST));
     EXPECT_EQ("GET", CRestApiCallBase::httpVerbToPoco(CRestApiCallBase::GET));
@@ -331,6 +353,8 @@ TEST_F(CRestApiCallBaseTest, UserAgentIsTheConfiguredOne) {
     CRestApiCallBase call;
     Json::Value body = loginBody();
     ASSERT_EQ(DT_SUCCESS, call.sendRequest("/login", body, {}, CRestApiCallBase::POST));
+    Json::Value answer;
+    EXPECT_EQ(DT_SUCCESS, call.receiveResponse(answer));
     EXPECT_EQ("tester-agent/1.0", onlyRequest(routes::kLogin).header("User-Agent"));
 }
 

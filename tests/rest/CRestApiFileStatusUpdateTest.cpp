@@ -56,7 +56,7 @@ TEST_F(CRestApiFileStatusUpdateTest, StatusWordsFollowTheTableAndOutsideValuesSe
     Details details;
     details.status = static_cast<Details::FileStatus>(7);
     EXPECT_EQ(DT_INVALID_ARGUMENT, call.sendRequest(details));
-    EXPECT_TRUE(requests(routes::kAny).empty());
+    EXPECT_TRUE(allRequests().empty());
 }
 
 TEST_F(CRestApiFileStatusUpdateTest, AnswerNamingAnotherFileOfTheBucketIsAccepted) {

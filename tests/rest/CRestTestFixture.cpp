@@ -1,25 +1,16 @@
 #include "CRestTestFixture.h"
 
-#include <Poco/File.h>
-#include <Poco/Path.h>
-#include <Poco/TemporaryFile.h>
-
-#include <cstdlib>
 #include <fstream>
 #include <sstream>
 
-#include "managers/startup/CPocoSslInitializer.h"
-#include "platform/porting/string_convert.h"
+#include "CRestTestEnvironment.h"
 #include "vx_transfers/CVxTransfersGlobalConfig.h"
 
 namespace vxt_test {
 
 namespace {
 
-std::string g_scratchDir;
-std::unique_ptr<vx_transfers::CPocoSslInitializer> g_ssl;
-
-std::string logPath() { return g_scratchDir + "/vx_transfers.log"; }
+std::string logPath() { return CRestTestEnvironment::scratchDir() + "/vx_transfers.log"; }
 
 size_t logFileSize() {
     std::ifstream file(logPath(), std::ios::binary | std::ios::ate);
@@ -27,24 +18,6 @@ size_t logFileSize() {
 }
 
 }  // namespace
-
-void CRestTestFixture::SetUpTestSuite() {
-    if (!g_scratchDir.empty()) {
-        return;
-    }
-    g_scratchDir = Poco::TemporaryFile::tempName();
-    Poco::File(g_scratchDir).createDirectories();
-    Poco::TemporaryFile::registerForDeletion(g_scratchDir);
-    std::wstring widePath;
-    vx_transfers::string_convert::StringToWstring(g_scratchDir, widePath);
-    vx_transfers::CVxTransfersGlobalConfig::getInstance()->setAppFilesPath(widePath);
-    // A proxy of the machine running the tests must not carry the loopback calls.
-    for (const char* name : {"http_proxy", "HTTP_PROXY", "https_proxy", "HTTPS_PROXY", "all_proxy",
-                             "ALL_PROXY", "no_proxy", "NO_PROXY"}) {
-        unsetenv(name);
-    }
-    g_ssl.reset(new vx_transfers::CPocoSslInitializer());
-}
 
 void CRestTestFixture::SetUp() {
     m_service.reset(new CLocalService());
@@ -70,6 +43,10 @@ std::vector<CServiceControlClient::RequestRecord> CRestTestFixture::requests(
     return m_service->control().requests(route);
 }
 
+std::vector<CServiceControlClient::RequestRecord> CRestTestFixture::allRequests() {
+    return m_service->control().requests(std::uint64_t{0});
+}
+
 CServiceControlClient::RequestRecord CRestTestFixture::onlyRequest(const std::string& route) {
     std::vector<CServiceControlClient::RequestRecord> found = requests(route);
     EXPECT_EQ(1u, found.size()) << "requests of route " << route;
@@ -87,6 +64,6 @@ std::string CRestTestFixture::logSinceMark() const {
     return m_logMark <= all.size() ? all.substr(m_logMark) : all;
 }
 
-const std::string& CRestTestFixture::scratchDir() { return g_scratchDir; }
+const std::string& CRestTestFixture::scratchDir() { return CRestTestEnvironment::scratchDir(); }
 
 }  // namespace vxt_test

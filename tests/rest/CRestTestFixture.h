@@ -1,6 +1,6 @@
 // Base fixture of the REST tests: a fresh local service for each test, the REST end-point
-// pointing at it, the process set up once (log folder, SSL client context, no proxy from the
-// environment), and helpers to read the library's log and the service's request log.
+// pointing at it (the process is set up by CRestTestEnvironment), and helpers to read the library's
+// log and the service's request log.
 #ifndef VXT_TESTS_REST_CRESTTESTFIXTURE_H
 #define VXT_TESTS_REST_CRESTTESTFIXTURE_H
 
@@ -17,8 +17,6 @@ namespace vxt_test {
 
 class CRestTestFixture : public ::testing::Test {
 protected:
-    static void SetUpTestSuite();
-
     void SetUp() override;
     void TearDown() override;
 
@@ -30,6 +28,8 @@ protected:
 
     // The requests the service logged for one route.
     std::vector<CServiceControlClient::RequestRecord> requests(const std::string& route);
+    // Every request the service logged, whatever its route.
+    std::vector<CServiceControlClient::RequestRecord> allRequests();
     // The only request of one route; fails the test when there is not exactly one.
     CServiceControlClient::RequestRecord onlyRequest(const std::string& route);
 

@@ -23,7 +23,8 @@ unsigned short CFreePort::pick() {
               ::getsockname(fd, reinterpret_cast<sockaddr*>(&address), &length) == 0;
     int error = errno;
     ::close(fd);
-    if (!ok) throw std::runtime_error(std::string("cannot pick a free port: ") + std::strerror(error));
+    if (!ok)
+        throw std::runtime_error(std::string("cannot pick a free port: ") + std::strerror(error));
     return ntohs(address.sin_port);
 }
 

@@ -61,12 +61,12 @@ bool CJsonHttpClient::parseJson(const std::string& text, Json::Value& out) {
 }
 
 CJsonHttpClient::Response CJsonHttpClient::send(const std::string& method,
-                                                const std::string& target,
-                                                const std::string& body,
+                                                const std::string& target, const std::string& body,
                                                 const Headers& headers) const {
     std::unique_ptr<Poco::Net::HTTPClientSession> session;
     if (m_scheme == "https") {
-        session = std::make_unique<Poco::Net::HTTPSClientSession>(m_host, m_port, trustingContext());
+        session =
+            std::make_unique<Poco::Net::HTTPSClientSession>(m_host, m_port, trustingContext());
     } else {
         session = std::make_unique<Poco::Net::HTTPClientSession>(m_host, m_port);
     }

@@ -26,10 +26,10 @@ namespace vxt_test {
 class CLocalService {
 public:
     struct Options {
-        std::string user = "tester";    // accepted by POST /login
+        std::string user = "tester";  // accepted by POST /login
         std::string password = "secret";
-        bool tls = false;               // https with a self-signed certificate made at start
-        std::string pathPrefix;         // e.g. "/vx": REST routes become /vx/login, ...
+        bool tls = false;        // https with a self-signed certificate made at start
+        std::string pathPrefix;  // e.g. "/vx": REST routes become /vx/login, ...
         unsigned int dataUrlLifetimeSeconds = 3600;  // expiry of the signed data URLs
     };
 

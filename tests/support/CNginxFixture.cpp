@@ -112,26 +112,46 @@ void CNginxFixture::writeConfig() const {
     conf << "daemon off;\n"
             "master_process off;\n"
             "worker_processes 1;\n"
-            "pid " << m_dir << "/nginx.pid;\n"
-            "error_log " << m_dir << "/error.log info;\n"
+            "pid "
+         << m_dir
+         << "/nginx.pid;\n"
+            "error_log "
+         << m_dir
+         << "/error.log info;\n"
             "events { worker_connections 1024; }\n"
             "http {\n"
             "    default_type application/octet-stream;\n"
             "    log_format vxt '$status|$http_range|$body_bytes_sent|$request_length|$request';\n"
-            "    access_log " << m_dir << "/access.log vxt;\n"
-            "    client_body_temp_path " << m_dir << "/body;\n"
-            "    proxy_temp_path " << m_dir << "/proxy;\n"
-            "    fastcgi_temp_path " << m_dir << "/fastcgi;\n"
-            "    uwsgi_temp_path " << m_dir << "/uwsgi;\n"
-            "    scgi_temp_path " << m_dir << "/scgi;\n"
+            "    access_log "
+         << m_dir
+         << "/access.log vxt;\n"
+            "    client_body_temp_path "
+         << m_dir
+         << "/body;\n"
+            "    proxy_temp_path "
+         << m_dir
+         << "/proxy;\n"
+            "    fastcgi_temp_path "
+         << m_dir
+         << "/fastcgi;\n"
+            "    uwsgi_temp_path "
+         << m_dir
+         << "/uwsgi;\n"
+            "    scgi_temp_path "
+         << m_dir
+         << "/scgi;\n"
             "    sendfile on;\n"
             "    tcp_nopush on;\n"
             "    keepalive_requests 100000;\n"
             "    client_max_body_size 0;\n"
             "    client_body_buffer_size 1m;\n"
             "    server {\n"
-            "        listen 127.0.0.1:" << m_port << ";\n"
-            "        root " << m_root << ";\n"
+            "        listen 127.0.0.1:"
+         << m_port
+         << ";\n"
+            "        root "
+         << m_root
+         << ";\n"
             "        location / {\n"
             "            dav_methods PUT DELETE;\n"
             "            create_full_put_path on;\n"
@@ -148,7 +168,7 @@ void CNginxFixture::launch() {
     std::string conf = m_dir + "/nginx.conf";
     std::string errors = m_dir + "/error.log";
     std::string output = m_dir + "/stderr.log";
-    std::vector<char*> argv{const_cast<char*>(kNginx),        const_cast<char*>("-p"),
+    std::vector<char*> argv{const_cast<char*>(kNginx),         const_cast<char*>("-p"),
                             const_cast<char*>(prefix.c_str()), const_cast<char*>("-e"),
                             const_cast<char*>(errors.c_str()), const_cast<char*>("-c"),
                             const_cast<char*>(conf.c_str()),   nullptr};

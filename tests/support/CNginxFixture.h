@@ -28,9 +28,9 @@ class CNginxFixture {
 public:
     // One line of the access log.
     struct AccessLogEntry {
-        std::string request;  // "$request": e.g. "GET /a/b.bin HTTP/1.1"
-        int status = 0;       // "$status"
-        std::string range;    // "$http_range", "" when the request had none
+        std::string request;              // "$request": e.g. "GET /a/b.bin HTTP/1.1"
+        int status = 0;                   // "$status"
+        std::string range;                // "$http_range", "" when the request had none
         std::uint64_t bodyBytesSent = 0;  // "$body_bytes_sent"
         std::uint64_t requestLength = 0;  // "$request_length" (head and body)
         std::string method() const;       // first word of `request`

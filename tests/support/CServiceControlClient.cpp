@@ -15,13 +15,20 @@ namespace {
 const char* actionName(CServiceControlClient::FaultAction action) {
     using A = CServiceControlClient::FaultAction;
     switch (action) {
-        case A::None: return "none";
-        case A::CloseBeforeHeaders: return "close-before-headers";
-        case A::CloseAfterHeaders: return "close-after-headers";
-        case A::TruncateBody: return "truncate-body";
-        case A::IgnoreRange: return "ignore-range";
-        case A::RedirectLoop: return "redirect-loop";
-        case A::ExpiredUrl: return "expired-url";
+        case A::None:
+            return "none";
+        case A::CloseBeforeHeaders:
+            return "close-before-headers";
+        case A::CloseAfterHeaders:
+            return "close-after-headers";
+        case A::TruncateBody:
+            return "truncate-body";
+        case A::IgnoreRange:
+            return "ignore-range";
+        case A::RedirectLoop:
+            return "redirect-loop";
+        case A::ExpiredUrl:
+            return "expired-url";
     }
     return "none";
 }
@@ -171,7 +178,8 @@ CServiceControlClient::UploadTarget CServiceControlClient::registerUpload(
     return target;
 }
 
-void CServiceControlClient::setBucketStatus(const std::string& bucketId, const std::string& status) {
+void CServiceControlClient::setBucketStatus(const std::string& bucketId,
+                                            const std::string& status) {
     Json::Value body;
     body["status"] = status;
     call("POST", "/buckets/" + bucketId + "/status", body);
@@ -200,7 +208,9 @@ CServiceControlClient::Stats CServiceControlClient::stats() {
     return s;
 }
 
-void CServiceControlClient::resetStats() { call("POST", "/stats/reset", Json::Value(Json::objectValue)); }
+void CServiceControlClient::resetStats() {
+    call("POST", "/stats/reset", Json::Value(Json::objectValue));
+}
 
 void CServiceControlClient::injectFault(const Fault& fault) {
     Json::Value body;

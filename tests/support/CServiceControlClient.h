@@ -25,12 +25,12 @@ using HeaderList = std::vector<std::pair<std::string, std::string>>;
 // Route names, as the service classifies each request. A fault or a log query names one of
 // these, or "any" for every route, "rest" for every REST route, "data" for both data routes.
 namespace routes {
-inline constexpr const char* kLogin = "login";                           // POST /login
-inline constexpr const char* kBucketCreate = "bucket.create";            // POST /api/v2/bucket/message
-inline constexpr const char* kBucketFiles = "bucket.files";              // POST .../<id>/files
+inline constexpr const char* kLogin = "login";                 // POST /login
+inline constexpr const char* kBucketCreate = "bucket.create";  // POST /api/v2/bucket/message
+inline constexpr const char* kBucketFiles = "bucket.files";    // POST .../<id>/files
 inline constexpr const char* kBucketStatusUpdate = "bucket.status.update";  // POST .../<id>/status
-inline constexpr const char* kBucketStatusGet = "bucket.status.get";     // GET .../<id>?token=..
-inline constexpr const char* kFileStatus = "file.status";                // POST .../file/<f>/status
+inline constexpr const char* kBucketStatusGet = "bucket.status.get";        // GET .../<id>?token=..
+inline constexpr const char* kFileStatus = "file.status";  // POST .../file/<f>/status
 inline constexpr const char* kMultipartInitialize = "multipart.initialize";
 inline constexpr const char* kMultipartComplete = "multipart.complete";
 inline constexpr const char* kMultipartAbort = "multipart.abort";
@@ -77,14 +77,14 @@ public:
         std::uint64_t connectionId = 0;  // the same for requests on one kept-alive connection
         std::string route;               // one of routes::*
         std::string method;
-        std::string target;                 // as on the request line (origin or absolute form)
-        std::string path;                   // decoded path, without the query and the prefix
+        std::string target;  // as on the request line (origin or absolute form)
+        std::string path;    // decoded path, without the query and the prefix
         std::vector<std::pair<std::string, std::string>> query;  // decoded query pairs
-        HeaderList headers;                 // in order, names as sent
-        std::string body;                   // REST bodies only (data bodies are not kept)
-        Json::Value json;                   // `body` parsed, or null when it is not JSON
-        std::uint64_t bodyBytes = 0;        // request body bytes received
-        int status = 0;                     // status answered; 0 when the connection was closed
+        HeaderList headers;                                      // in order, names as sent
+        std::string body;                     // REST bodies only (data bodies are not kept)
+        Json::Value json;                     // `body` parsed, or null when it is not JSON
+        std::uint64_t bodyBytes = 0;          // request body bytes received
+        int status = 0;                       // status answered; 0 when the connection was closed
         std::uint64_t responseBodyBytes = 0;  // response body bytes sent
         std::uint64_t startMicros = 0;  // head complete, microseconds since the service started
         std::uint64_t endMicros = 0;    // answer finished, same clock
@@ -109,9 +109,9 @@ public:
     // A file registered for upload through POST .../files or registerUpload().
     struct UploadTarget {
         std::string fileId;
-        std::string url;         // the signed PUT URL of the whole file
+        std::string url;            // the signed PUT URL of the whole file
         std::uint64_t expires = 0;  // milliseconds since the epoch
-        HeaderList headers;      // headers the PUT must carry
+        HeaderList headers;         // headers the PUT must carry
     };
 
     struct SeedFile {
@@ -132,11 +132,11 @@ public:
         std::uint64_t declaredSize = 0;  // size given at registration or seeding
         bool stored = false;             // bytes are on disk (seeded, PUT, or assembled)
         std::uint64_t storedSize = 0;
-        std::string md5;                 // MD5 of the stored bytes, lower-case hex; "" if none
-        std::string announcedMd5;        // digest given at seeding or in multipart initialize
+        std::string md5;           // MD5 of the stored bytes, lower-case hex; "" if none
+        std::string announcedMd5;  // digest given at seeding or in multipart initialize
         std::uint64_t modifiedMs = 0;
-        std::string storagePath;         // absolute path of the stored bytes on the service side
-        std::string status;              // last status word posted for the file
+        std::string storagePath;  // absolute path of the stored bytes on the service side
+        std::string status;       // last status word posted for the file
         std::vector<std::string> statusHistory;
         std::vector<std::uint64_t> progressHistory;  // `progress` of every status post, in order
         std::vector<std::string> uploadIds;          // multipart uploads begun, in order

@@ -24,7 +24,10 @@ public:
 
     explicit CCurlRequest(std::string url) : m_url(std::move(url)) {}
 
-    CCurlRequest& method(std::string m) { m_method = std::move(m); return *this; }
+    CCurlRequest& method(std::string m) {
+        m_method = std::move(m);
+        return *this;
+    }
     CCurlRequest& header(const std::string& name, const std::string& value) {
         m_headers.push_back(name + ": " + value);
         return *this;
@@ -34,10 +37,23 @@ public:
         return *this;
     }
     // PUT (unless method() says otherwise) with this body and its Content-Length.
-    CCurlRequest& upload(std::string body) { m_upload = std::move(body); m_hasUpload = true; return *this; }
-    CCurlRequest& range(std::string r) { m_range = std::move(r); return *this; }
-    CCurlRequest& follow(long maxRedirects) { m_follow = maxRedirects; return *this; }
-    CCurlRequest& timeoutMs(long ms) { m_timeoutMs = ms; return *this; }
+    CCurlRequest& upload(std::string body) {
+        m_upload = std::move(body);
+        m_hasUpload = true;
+        return *this;
+    }
+    CCurlRequest& range(std::string r) {
+        m_range = std::move(r);
+        return *this;
+    }
+    CCurlRequest& follow(long maxRedirects) {
+        m_follow = maxRedirects;
+        return *this;
+    }
+    CCurlRequest& timeoutMs(long ms) {
+        m_timeoutMs = ms;
+        return *this;
+    }
 
     // Runs the request on `handle` if given (to reuse its connection), else on a fresh handle.
     Result perform(CURL* handle = nullptr) const;

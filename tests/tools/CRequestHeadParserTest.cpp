@@ -1,8 +1,7 @@
-#include "vxt-service/CRequestHeadParser.h"
-
 #include <gtest/gtest.h>
 
 #include "vxt-service/CDataRoutes.h"
+#include "vxt-service/CRequestHeadParser.h"
 
 namespace vxt_service {
 namespace {
@@ -67,20 +66,20 @@ TEST(CRequestHeadParserTest, RefusesMalformedHeadsWithTheRightStatus) {
         int status;
     };
     const Row rows[] = {
-        {"GET / HTTP/1.1\nHost: h\r\n\r\n", 400},                        // bare LF
-        {"GET / HTTP/1.1\r\nHost: h\r\n folded\r\n\r\n", 400},           // obsolete folding
-        {"GET / HTTP/1.1\r\n\r\n", 400},                                 // no Host
-        {"GET / HTTP/1.1\r\nHost: a\r\nHost: b\r\n\r\n", 400},           // two Hosts
-        {"GET / HTTP/1.1\r\nHost : h\r\n\r\n", 400},                     // space before colon
-        {"GET / HTTP/1.1\r\nHost h\r\n\r\n", 400},                       // no colon
-        {"GET  / HTTP/1.1\r\nHost: h\r\n\r\n", 400},                     // double space
-        {"GET / HTTP/2.0\r\nHost: h\r\n\r\n", 505},                      // unsupported version
-        {"GET / HTTQ/1.1\r\nHost: h\r\n\r\n", 400},                      // not HTTP
-        {"G(T / HTTP/1.1\r\nHost: h\r\n\r\n", 400},                      // bad method token
-        {"GET /#frag HTTP/1.1\r\nHost: h\r\n\r\n", 400},                 // fragment
-        {"GET ftp://h/ HTTP/1.1\r\nHost: h\r\n\r\n", 400},               // odd scheme
-        {"GET /%zz HTTP/1.1\r\nHost: h\r\n\r\n", 400},                   // bad escape
-        {"GET /%00 HTTP/1.1\r\nHost: h\r\n\r\n", 400},                   // NUL
+        {"GET / HTTP/1.1\nHost: h\r\n\r\n", 400},               // bare LF
+        {"GET / HTTP/1.1\r\nHost: h\r\n folded\r\n\r\n", 400},  // obsolete folding
+        {"GET / HTTP/1.1\r\n\r\n", 400},                        // no Host
+        {"GET / HTTP/1.1\r\nHost: a\r\nHost: b\r\n\r\n", 400},  // two Hosts
+        {"GET / HTTP/1.1\r\nHost : h\r\n\r\n", 400},            // space before colon
+        {"GET / HTTP/1.1\r\nHost h\r\n\r\n", 400},              // no colon
+        {"GET  / HTTP/1.1\r\nHost: h\r\n\r\n", 400},            // double space
+        {"GET / HTTP/2.0\r\nHost: h\r\n\r\n", 505},             // unsupported version
+        {"GET / HTTQ/1.1\r\nHost: h\r\n\r\n", 400},             // not HTTP
+        {"G(T / HTTP/1.1\r\nHost: h\r\n\r\n", 400},             // bad method token
+        {"GET /#frag HTTP/1.1\r\nHost: h\r\n\r\n", 400},        // fragment
+        {"GET ftp://h/ HTTP/1.1\r\nHost: h\r\n\r\n", 400},      // odd scheme
+        {"GET /%zz HTTP/1.1\r\nHost: h\r\n\r\n", 400},          // bad escape
+        {"GET /%00 HTTP/1.1\r\nHost: h\r\n\r\n", 400},          // NUL
         {"PUT / HTTP/1.1\r\nHost: h\r\nContent-Length: -1\r\n\r\n", 400},
         {"PUT / HTTP/1.1\r\nHost: h\r\nContent-Length: 1\r\nContent-Length: 2\r\n\r\n", 400},
         {"PUT / HTTP/1.1\r\nHost: h\r\nContent-Length: 99999999999999999999\r\n\r\n", 400},
@@ -88,8 +87,10 @@ TEST(CRequestHeadParserTest, RefusesMalformedHeadsWithTheRightStatus) {
          400},
         {"PUT / HTTP/1.1\r\nHost: h\r\nTransfer-Encoding: gzip, chunked\r\n\r\n", 501},
         {"PUT / HTTP/1.1\r\nHost: h\r\nExpect: something\r\n\r\n", 417},
-        {"GET / HTTP/1.1\r\nHost: h\r\nX: a\x01" "b\r\n\r\n", 400},      // control character
-        {"GET / HTTP/1.1\r\nHost: h\r\n", 400},                          // unterminated
+        {"GET / HTTP/1.1\r\nHost: h\r\nX: a\x01"
+         "b\r\n\r\n",
+         400},                                   // control character
+        {"GET / HTTP/1.1\r\nHost: h\r\n", 400},  // unterminated
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.head);
@@ -108,14 +109,14 @@ TEST(CRequestHeadParserTest, RangeEvaluationFollowsSingleRangeRules) {
         std::uint64_t first, last;
     };
     const Row rows[] = {
-        {"bytes=0-0", 10, 206, 0, 0},      {"bytes=0-9", 10, 206, 0, 9},
-        {"bytes=3-", 10, 206, 3, 9},       {"bytes=3-100", 10, 206, 3, 9},
-        {"bytes=-4", 10, 206, 6, 9},       {"bytes=-40", 10, 206, 0, 9},
-        {"BYTES=1-2", 10, 206, 1, 2},      {"bytes=10-", 10, 416, 0, 0},
-        {"bytes=10-20", 10, 416, 0, 0},    {"bytes=-0", 10, 416, 0, 0},
-        {"bytes=0-", 0, 416, 0, 0},        {"bytes=5-3", 10, 200, 0, 0},
-        {"bytes=0-1,3-4", 10, 200, 0, 0},  {"bytes=a-b", 10, 200, 0, 0},
-        {"items=0-1", 10, 200, 0, 0},      {"bytes=", 10, 200, 0, 0},
+        {"bytes=0-0", 10, 206, 0, 0},     {"bytes=0-9", 10, 206, 0, 9},
+        {"bytes=3-", 10, 206, 3, 9},      {"bytes=3-100", 10, 206, 3, 9},
+        {"bytes=-4", 10, 206, 6, 9},      {"bytes=-40", 10, 206, 0, 9},
+        {"BYTES=1-2", 10, 206, 1, 2},     {"bytes=10-", 10, 416, 0, 0},
+        {"bytes=10-20", 10, 416, 0, 0},   {"bytes=-0", 10, 416, 0, 0},
+        {"bytes=0-", 0, 416, 0, 0},       {"bytes=5-3", 10, 200, 0, 0},
+        {"bytes=0-1,3-4", 10, 200, 0, 0}, {"bytes=a-b", 10, 200, 0, 0},
+        {"items=0-1", 10, 200, 0, 0},     {"bytes=", 10, 200, 0, 0},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.range);

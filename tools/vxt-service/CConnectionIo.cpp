@@ -28,7 +28,8 @@ std::size_t CConnectionIo::fill() {
         m_begin = 0;
     }
     if (m_end == m_buffer.size()) return 0;
-    int n = m_socket.receiveBytes(m_buffer.data() + m_end, static_cast<int>(m_buffer.size() - m_end));
+    int n =
+        m_socket.receiveBytes(m_buffer.data() + m_end, static_cast<int>(m_buffer.size() - m_end));
     if (n <= 0) return 0;
     m_end += static_cast<std::size_t>(n);
     m_received += static_cast<std::uint64_t>(n);
@@ -92,8 +93,8 @@ bool CConnectionIo::readExact(char* dst, std::size_t size) {
 bool CConnectionIo::discard(std::uint64_t size) {
     std::vector<char> sink(kBufferSize);
     while (size > 0) {
-        std::size_t n = readSome(sink.data(), static_cast<std::size_t>(
-                                                  std::min<std::uint64_t>(size, sink.size())));
+        std::size_t n = readSome(
+            sink.data(), static_cast<std::size_t>(std::min<std::uint64_t>(size, sink.size())));
         if (n == 0) return false;
         size -= n;
     }

@@ -230,8 +230,8 @@ HttpResponse CControlRoutes::registerUpload(const std::string& bucketId, const J
     out["fileId"] = file.id;
     out["url"] = m_service.dataUrl(CObjectStore::fileKey(bucketId, file.id), "PUT", expires);
     out["expires"] = Json::UInt64(expires);
-    out["headers"] = pairsJson({{"Content-Type", "application/octet-stream"},
-                                {"x-vx-upload-key", file.uploadKey}});
+    out["headers"] = pairsJson(
+        {{"Content-Type", "application/octet-stream"}, {"x-vx-upload-key", file.uploadKey}});
     return CJson::ok(out);
 }
 
@@ -327,7 +327,8 @@ HttpResponse CControlRoutes::stats() {
 }
 
 HttpResponse CControlRoutes::issueUserToken() {
-    std::uint64_t expires = CServiceIds::nowMs() + m_service.config().tokenLifetimeSeconds * 1000ULL;
+    std::uint64_t expires =
+        CServiceIds::nowMs() + m_service.config().tokenLifetimeSeconds * 1000ULL;
     Json::Value out;
     std::lock_guard<std::mutex> lock(m_service.state().mutex());
     out["token"] = m_service.state().issueUserTokenNoLock(expires);

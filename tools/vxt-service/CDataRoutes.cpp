@@ -1,12 +1,11 @@
 #include "vxt-service/CDataRoutes.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <Poco/DateTimeFormat.h>
 #include <Poco/DateTimeFormatter.h>
 #include <Poco/Timestamp.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <cctype>
 #include <cerrno>
@@ -21,19 +20,6 @@ namespace vxt_service {
 namespace {
 
 constexpr std::size_t kReceiveBuffer = 1 << 20;
-
-class CDataRequestGuard {
-public:
-    explicit CDataRequestGuard(CServiceImpl& service) : m_service(service) {
-        m_service.dataRequestStarted();
-    }
-    ~CDataRequestGuard() { m_service.dataRequestEnded(); }
-    CDataRequestGuard(const CDataRequestGuard&) = delete;
-    CDataRequestGuard& operator=(const CDataRequestGuard&) = delete;
-
-private:
-    CServiceImpl& m_service;
-};
 
 class CFileDescriptor {
 public:
@@ -50,7 +36,8 @@ private:
 };
 
 bool parseDecimal(const std::string& text, std::uint64_t& out) {
-    if (text.empty() || text.size() > 19 || text.find_first_not_of("0123456789") != std::string::npos) {
+    if (text.empty() || text.size() > 19 ||
+        text.find_first_not_of("0123456789") != std::string::npos) {
         return false;
     }
     out = std::stoull(text);
@@ -72,7 +59,6 @@ bool writeAll(int fd, const char* data, std::size_t size) {
 
 void CDataRoutes::handle(const HttpRequest& request, const RouteMatch& match,
                          const FaultSpec& fault, CConnectionIo& io, ExchangeResult& result) {
-    CDataRequestGuard guard(m_service);
     io.setThrottle(m_service.throttle());
     if (match.name == "data.put") {
         put(request, match, fault, io, result);
@@ -114,8 +100,7 @@ bool CDataRoutes::checkUrl(const HttpRequest& request, const FaultSpec& fault,
     return true;
 }
 
-bool CDataRoutes::lookupPutTarget(const RouteMatch& match, PutTarget& target,
-                                  HttpResponse& error) {
+bool CDataRoutes::lookupPutTarget(const RouteMatch& match, PutTarget& target, HttpResponse& error) {
     std::lock_guard<std::mutex> lock(m_service.state().mutex());
     BucketRecord* bucket = m_service.state().findBucketNoLock(match.bucketId);
     FileRecord* file = m_service.state().findFileNoLock(match.bucketId, match.fileId);
@@ -248,8 +233,8 @@ bool CDataRoutes::receiveBody(const HttpRequest& request, const PutTarget& targe
     return true;
 }
 
-int CDataRoutes::evaluateRange(const std::string& header, std::uint64_t size,
-                               std::uint64_t& first, std::uint64_t& last) {
+int CDataRoutes::evaluateRange(const std::string& header, std::uint64_t size, std::uint64_t& first,
+                               std::uint64_t& last) {
     std::string value = header;
     while (!value.empty() && (value.back() == ' ' || value.back() == '\t')) value.pop_back();
     if (value.size() < 6) return 200;
@@ -337,10 +322,11 @@ void CDataRoutes::get(const HttpRequest& request, const RouteMatch& match, const
     }
     HeaderList headers{{"Accept-Ranges", "bytes"}};
     if (modifiedMs != 0) {
-        headers.emplace_back("Last-Modified", Poco::DateTimeFormatter::format(
-                                                  Poco::Timestamp(static_cast<Poco::Timestamp::TimeVal>(
-                                                      modifiedMs * 1000)),
-                                                  Poco::DateTimeFormat::HTTP_FORMAT));
+        headers.emplace_back(
+            "Last-Modified",
+            Poco::DateTimeFormatter::format(
+                Poco::Timestamp(static_cast<Poco::Timestamp::TimeVal>(modifiedMs * 1000)),
+                Poco::DateTimeFormat::HTTP_FORMAT));
     }
     if (status == 416) {
         HttpResponse response = CJson::error(416, "range not satisfiable");
@@ -352,10 +338,11 @@ void CDataRoutes::get(const HttpRequest& request, const RouteMatch& match, const
     std::uint64_t length = size == 0 ? 0 : last - first + 1;
     if (status == 206) {
         headers.emplace_back("Content-Range", "bytes " + std::to_string(first) + "-" +
-                                                  std::to_string(last) + "/" + std::to_string(size));
+                                                  std::to_string(last) + "/" +
+                                                  std::to_string(size));
     }
-    bool cut = fault.action == FaultAction::CloseAfterHeaders ||
-               fault.action == FaultAction::TruncateBody;
+    bool cut =
+        fault.action == FaultAction::CloseAfterHeaders || fault.action == FaultAction::TruncateBody;
     bool keepAlive = request.keepAlive && !cut;
     io.write(CResponseWriter::head(status, headers, length, "application/octet-stream", keepAlive));
     result.status = status;

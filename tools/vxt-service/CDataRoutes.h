@@ -28,8 +28,8 @@ public:
     // Answers `response` without using the request body: the body is read and dropped when its
     // length is known and the client did not wait for "100 Continue", else the connection
     // closes after the answer.
-    static void refuse(const HttpRequest& request, const HttpResponse& response,
-                       CConnectionIo& io, ExchangeResult& result);
+    static void refuse(const HttpRequest& request, const HttpResponse& response, CConnectionIo& io,
+                       ExchangeResult& result);
 
     // Judges a Range header against a file of `size` bytes: 206 with [first, last], 416, or 200
     // when the header is absent, malformed or asks for several ranges (served whole).
@@ -51,8 +51,7 @@ private:
     // The signature, or the scripted expiry; a 403 answer when they refuse.
     bool checkUrl(const HttpRequest& request, const FaultSpec& fault, HttpResponse& error);
     bool lookupPutTarget(const RouteMatch& match, PutTarget& target, HttpResponse& error);
-    bool checkPutHeaders(const HttpRequest& request, const PutTarget& target,
-                         HttpResponse& error);
+    bool checkPutHeaders(const HttpRequest& request, const PutTarget& target, HttpResponse& error);
     // Receives the body into the store under `target.key`. False when the connection ended
     // first (or a fault cut it); the caller then closes without answering.
     bool receiveBody(const HttpRequest& request, const PutTarget& target, const FaultSpec& fault,

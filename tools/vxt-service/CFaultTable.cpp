@@ -18,8 +18,7 @@ constexpr ActionName kActionNames[] = {
 }  // namespace
 
 bool CFaultTable::isRestRoute(const std::string& route) {
-    return route != "data.put" && route != "data.get" && route != "unknown" &&
-           route != "control";
+    return route != "data.put" && route != "data.get" && route != "unknown" && route != "control";
 }
 
 bool CFaultTable::routeMatches(const std::string& pattern, const std::string& route) {

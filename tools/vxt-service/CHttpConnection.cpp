@@ -4,6 +4,7 @@
 #include <Poco/Timespan.h>
 
 #include <chrono>
+#include <vector>
 
 #include "vxt-service/CDataRoutes.h"
 #include "vxt-service/CJson.h"
@@ -11,9 +12,33 @@
 #include "vxt-service/CServiceImpl.h"
 
 namespace vxt_service {
+namespace {
+
+// Counts a connection as a data connection for as long as it serves a data request, scripted
+// delays included.
+class CDataRequestGuard {
+public:
+    CDataRequestGuard(CServiceImpl& service, bool data) : m_service(service), m_data(data) {
+        if (m_data) m_service.dataRequestStarted();
+    }
+    ~CDataRequestGuard() {
+        if (m_data) m_service.dataRequestEnded();
+    }
+    CDataRequestGuard(const CDataRequestGuard&) = delete;
+    CDataRequestGuard& operator=(const CDataRequestGuard&) = delete;
+
+private:
+    CServiceImpl& m_service;
+    bool m_data;
+};
+
+constexpr std::uint64_t kLingerBytes = 64ULL * 1024 * 1024;
+constexpr auto kLingerTime = std::chrono::seconds(2);
+
+}  // namespace
 
 CHttpConnection::CHttpConnection(const Poco::Net::StreamSocket& socket, CServiceImpl& service)
-    : Poco::Net::TCPServerConnection(socket), m_service(service), m_connectionId(0) {}
+    : m_socket(socket), m_service(service), m_connectionId(0) {}
 
 void CHttpConnection::run() {
     Poco::Net::StreamSocket& sock = socket();
@@ -27,6 +52,7 @@ void CHttpConnection::run() {
         CConnectionIo io(sock, m_service.tls(), m_service.stopSignal());
         while (!m_service.stopSignal().raised() && serveOne(io)) {
         }
+        if (m_linger && !m_service.stopSignal().raised()) linger(io);
     } catch (const std::exception&) {
         // A reset, a time-out or a TLS failure ends this connection and nothing else.
     }
@@ -37,7 +63,24 @@ void CHttpConnection::run() {
     }
 }
 
+void CHttpConnection::linger(CConnectionIo& io) {
+    // The client may still be sending a body we refused; reading it for a while lets the answer
+    // reach it instead of being lost to a reset.
+    Poco::Net::StreamSocket& sock = socket();
+    sock.shutdownSend();
+    sock.setReceiveTimeout(Poco::Timespan(0, 500000));
+    const auto deadline = std::chrono::steady_clock::now() + kLingerTime;
+    std::vector<char> sink(64 * 1024);
+    std::uint64_t drained = 0;
+    while (drained < kLingerBytes && std::chrono::steady_clock::now() < deadline) {
+        std::size_t n = io.readSome(sink.data(), sink.size());
+        if (n == 0) break;
+        drained += n;
+    }
+}
+
 bool CHttpConnection::serveOne(CConnectionIo& io) {
+    m_linger = false;
     std::string head;
     auto status = io.readHead(m_service.config().maxHeaderBytes, head);
     if (status == CConnectionIo::HeadStatus::Closed) return false;
@@ -54,11 +97,12 @@ bool CHttpConnection::serveOne(CConnectionIo& io) {
         entry.method = request.method;
         entry.target = request.target;
         std::uint64_t seq = m_service.log().begin(entry);
-        HttpResponse response = CJson::error(
-            parseStatus, parseStatus == 431 ? "request head too large" : parseError);
+        HttpResponse response =
+            CJson::error(parseStatus, parseStatus == 431 ? "request head too large" : parseError);
         response.close = true;
         CResponseWriter::send(io, response, false, false, FaultSpec(), result);
         m_service.log().finish(seq, result.status, 0, result.responseBodyBytes, "", false);
+        m_linger = true;
         return false;
     }
     RouteMatch match = CRouter::classify(request, m_service.config().pathPrefix);
@@ -66,19 +110,27 @@ bool CHttpConnection::serveOne(CConnectionIo& io) {
     if (match.kind == RouteMatch::Kind::Control) {
         HttpResponse error;
         if (!readBody(request, io, error)) {
-            if (error.status != 200) CResponseWriter::send(io, error, false, false, FaultSpec(), result);
+            if (error.status != 200) {
+                CResponseWriter::send(io, error, false, false, FaultSpec(), result);
+                m_linger = true;
+            }
             return false;
         }
         CResponseWriter::send(io, m_service.control().handle(request), request.keepAlive, false,
                               FaultSpec(), result);
         return !result.close;
     }
-    serveRouted(request, match, io, result);
-    return !result.close && request.keepAlive;
+    {
+        CDataRequestGuard guard(m_service, match.kind == RouteMatch::Kind::Data);
+        serveRouted(request, match, io, result);
+    }
+    bool keep = !result.close && request.keepAlive;
+    m_linger = !keep && result.status != 0;
+    return keep;
 }
 
-void CHttpConnection::serveRouted(HttpRequest& request, const RouteMatch& match,
-                                  CConnectionIo& io, ExchangeResult& result) {
+void CHttpConnection::serveRouted(HttpRequest& request, const RouteMatch& match, CConnectionIo& io,
+                                  ExchangeResult& result) {
     RequestLogEntry entry;
     entry.connectionId = m_connectionId;
     entry.route = match.name;

@@ -4,8 +4,7 @@
 #ifndef VXT_SERVICE_CHTTPCONNECTION_H
 #define VXT_SERVICE_CHTTPCONNECTION_H
 
-#include <Poco/Net/TCPServerConnection.h>
-#include <Poco/Net/TCPServerConnectionFactory.h>
+#include <Poco/Net/StreamSocket.h>
 
 #include <cstdint>
 
@@ -19,24 +18,17 @@ namespace vxt_service {
 
 class CServiceImpl;
 
-class CHttpConnection : public Poco::Net::TCPServerConnection {
+class CHttpConnection {
 public:
     CHttpConnection(const Poco::Net::StreamSocket& socket, CServiceImpl& service);
-    void run() override;
-
-    class Factory : public Poco::Net::TCPServerConnectionFactory {
-    public:
-        explicit Factory(CServiceImpl& service) : m_service(service) {}
-        Poco::Net::TCPServerConnection* createConnection(
-            const Poco::Net::StreamSocket& socket) override {
-            return new CHttpConnection(socket, m_service);
-        }
-
-    private:
-        CServiceImpl& m_service;
-    };
+    // Serves the connection until it closes or the service stops.
+    void run();
 
 private:
+    Poco::Net::StreamSocket& socket() { return m_socket; }
+
+    // Reads and drops what the peer still sends, for a bounded time, before closing.
+    void linger(CConnectionIo& io);
     // Serves one request; false when the connection must close.
     bool serveOne(CConnectionIo& io);
     void serveRouted(HttpRequest& request, const RouteMatch& match, CConnectionIo& io,
@@ -51,8 +43,10 @@ private:
     bool answerFault(const HttpRequest& request, const FaultSpec& fault, CConnectionIo& io,
                      ExchangeResult& result);
 
+    Poco::Net::StreamSocket m_socket;
     CServiceImpl& m_service;
     std::uint64_t m_connectionId;
+    bool m_linger = false;  // the last answer closes the connection with a body maybe unread
 };
 
 }  // namespace vxt_service

@@ -1,10 +1,9 @@
 #include "vxt-service/CObjectStore.h"
 
+#include <Poco/MD5Engine.h>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
-
-#include <Poco/MD5Engine.h>
 
 #include <atomic>
 #include <cerrno>
@@ -95,8 +94,8 @@ std::string CObjectStore::md5(const std::string& key) {
     std::string path = pathOf(key);
     struct stat st;
     if (::stat(path.c_str(), &st) != 0 || !S_ISREG(st.st_mode)) return std::string();
-    std::int64_t mtimeNs = static_cast<std::int64_t>(st.st_mtim.tv_sec) * 1000000000 +
-                           st.st_mtim.tv_nsec;
+    std::int64_t mtimeNs =
+        static_cast<std::int64_t>(st.st_mtim.tv_sec) * 1000000000 + st.st_mtim.tv_nsec;
     {
         std::lock_guard<std::mutex> lock(m_mutex);
         auto it = m_md5.find(path);
@@ -170,8 +169,8 @@ void CObjectStore::writeGenerated(const std::string& key, std::uint64_t size, st
         std::vector<char> buffer(1 << 20);
         std::uint64_t offset = 0;
         while (offset < size) {
-            std::size_t chunk = static_cast<std::size_t>(
-                std::min<std::uint64_t>(buffer.size(), size - offset));
+            std::size_t chunk =
+                static_cast<std::size_t>(std::min<std::uint64_t>(buffer.size(), size - offset));
             generateInto(buffer.data(), chunk, seed, offset);
             writeAll(fd.get(), buffer.data(), chunk);
             offset += chunk;

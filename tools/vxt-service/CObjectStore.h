@@ -61,8 +61,8 @@ private:
     };
 
     mutable std::mutex m_mutex;
-    std::string m_root;                         // guarded by m_mutex
-    std::map<std::string, Md5Cache> m_md5;      // by path, guarded by m_mutex
+    std::string m_root;                     // guarded by m_mutex
+    std::map<std::string, Md5Cache> m_md5;  // by path, guarded by m_mutex
 };
 
 }  // namespace vxt_service

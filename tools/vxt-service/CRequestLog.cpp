@@ -43,7 +43,7 @@ void CRequestLog::finish(std::uint64_t seq, int status, std::uint64_t bodyBytes,
         entry->status = status;
         entry->bodyBytes = bodyBytes;
         entry->responseBodyBytes = responseBodyBytes;
-        entry->body = body;
+        entry->body = body.size() > kMaxBodyKept ? body.substr(0, kMaxBodyKept) : body;
         entry->faulted = faulted;
         entry->endMicros = nowMicros();
         entry->finished = true;

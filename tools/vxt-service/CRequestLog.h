@@ -38,6 +38,8 @@ class CRequestLog {
 public:
     // Keeps at most this many entries; the oldest go first.
     static constexpr std::size_t kCapacity = 100000;
+    // REST bodies are kept up to this many bytes.
+    static constexpr std::size_t kMaxBodyKept = 65536;
 
     CRequestLog();
 

@@ -12,8 +12,9 @@ std::string CResponseWriter::head(int status, const HeaderList& headers,
                                   std::uint64_t contentLength, const std::string& contentType,
                                   bool keepAlive) {
     std::string out = "HTTP/1.1 " + std::to_string(status) + " " + reasonPhrase(status) + "\r\n";
-    out += "Date: " + Poco::DateTimeFormatter::format(Poco::DateTime(),
-                                                      Poco::DateTimeFormat::HTTP_FORMAT) + "\r\n";
+    out += "Date: " +
+           Poco::DateTimeFormatter::format(Poco::DateTime(), Poco::DateTimeFormat::HTTP_FORMAT) +
+           "\r\n";
     out += "Server: vxt-service\r\n";
     if (!contentType.empty()) out += "Content-Type: " + contentType + "\r\n";
     out += "Content-Length: " + std::to_string(contentLength) + "\r\n";
@@ -25,12 +26,11 @@ std::string CResponseWriter::head(int status, const HeaderList& headers,
 
 void CResponseWriter::send(CConnectionIo& io, const HttpResponse& response, bool keepAlive,
                            bool headOnly, const FaultSpec& fault, ExchangeResult& result) {
-    bool cut = fault.action == FaultAction::CloseAfterHeaders ||
-               fault.action == FaultAction::TruncateBody;
+    bool cut =
+        fault.action == FaultAction::CloseAfterHeaders || fault.action == FaultAction::TruncateBody;
     keepAlive = keepAlive && !response.close && !cut;
     io.write(head(response.status, response.headers, response.body.size(),
-                  response.body.empty() ? std::string() : response.contentType,
-                  keepAlive));
+                  response.body.empty() ? std::string() : response.contentType, keepAlive));
     result.status = response.status;
     result.close = !keepAlive;
     if (headOnly || fault.action == FaultAction::CloseAfterHeaders) return;

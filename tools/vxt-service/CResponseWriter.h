@@ -26,8 +26,8 @@ public:
                             const std::string& contentType, bool keepAlive);
     // Sends `response` (without its body for HEAD), cut short as `fault` says
     // (CloseAfterHeaders, TruncateBody). Fills `result`.
-    static void send(CConnectionIo& io, const HttpResponse& response, bool keepAlive,
-                     bool headOnly, const FaultSpec& fault, ExchangeResult& result);
+    static void send(CConnectionIo& io, const HttpResponse& response, bool keepAlive, bool headOnly,
+                     const FaultSpec& fault, ExchangeResult& result);
 };
 
 }  // namespace vxt_service

@@ -23,7 +23,8 @@ bool isOneOf(const std::string& word, const char* const (&words)[N]) {
 }
 
 bool isMd5Hex(const std::string& text) {
-    return text.size() == 32 && text.find_first_not_of("0123456789abcdefABCDEF") == std::string::npos;
+    return text.size() == 32 &&
+           text.find_first_not_of("0123456789abcdefABCDEF") == std::string::npos;
 }
 
 std::string lowerHex(std::string text) {
@@ -97,7 +98,8 @@ HttpResponse CRestRoutes::login(const HttpRequest& request) {
     if (user != m_service.config().user || password != m_service.config().password) {
         return CJson::error(401, "wrong user or password");
     }
-    std::uint64_t expires = CServiceIds::nowMs() + m_service.config().tokenLifetimeSeconds * 1000ULL;
+    std::uint64_t expires =
+        CServiceIds::nowMs() + m_service.config().tokenLifetimeSeconds * 1000ULL;
     Json::Value out;
     {
         std::lock_guard<std::mutex> lock(m_service.state().mutex());
@@ -182,9 +184,8 @@ bool CRestRoutes::parseBucketBody(const HttpRequest& request, const RouteMatch& 
     return true;
 }
 
-BucketRecord* CRestRoutes::checkBucketNoLock(const std::string& bucketId,
-                                             const std::string* token, bool readOnly,
-                                             HttpResponse& error) {
+BucketRecord* CRestRoutes::checkBucketNoLock(const std::string& bucketId, const std::string* token,
+                                             bool readOnly, HttpResponse& error) {
     BucketRecord* bucket = m_service.state().findBucketNoLock(bucketId);
     if (bucket == nullptr) {
         error = CJson::error(404, "no bucket '" + bucketId + "'");
@@ -262,8 +263,8 @@ HttpResponse CRestRoutes::addFiles(const HttpRequest& request, const RouteMatch&
         Json::Value& put = entry["uploadDetails"]["put"];
         put["url"] = m_service.dataUrl(CObjectStore::fileKey(bucket->id, file.id), "PUT", expires);
         put["expires"] = Json::UInt64(expires);
-        put["headers"] = headersJson({{"Content-Type", "application/octet-stream"},
-                                      {"x-vx-upload-key", file.uploadKey}});
+        put["headers"] = headersJson(
+            {{"Content-Type", "application/octet-stream"}, {"x-vx-upload-key", file.uploadKey}});
         out["files"].append(entry);
     }
     return CJson::ok(out);
@@ -295,7 +296,8 @@ HttpResponse CRestRoutes::getBucketStatus(const HttpRequest& request, const Rout
     }
     HttpResponse error;
     std::lock_guard<std::mutex> lock(m_service.state().mutex());
-    BucketRecord* bucket = checkBucketNoLock(match.bucketId, hasToken ? &token : nullptr, true, error);
+    BucketRecord* bucket =
+        checkBucketNoLock(match.bucketId, hasToken ? &token : nullptr, true, error);
     if (bucket == nullptr) return error;
     Json::Value out;
     out["bucket"] = bucketJson(*bucket);
@@ -323,8 +325,8 @@ HttpResponse CRestRoutes::updateFileStatus(const HttpRequest& request, const Rou
     }
     if (!isOneOf(status, kFileWords)) return CJson::error(400, "unknown file status " + status);
     std::uint64_t storedSize = 0;
-    bool stored = m_service.store().stat(CObjectStore::fileKey(match.bucketId, match.fileId),
-                                         storedSize);
+    bool stored =
+        m_service.store().stat(CObjectStore::fileKey(match.bucketId, match.fileId), storedSize);
     std::lock_guard<std::mutex> lock(m_service.state().mutex());
     BucketRecord* bucket = checkBucketNoLock(match.bucketId, &token, false, error);
     if (bucket == nullptr) return error;
@@ -506,8 +508,8 @@ HttpResponse CRestRoutes::completeMultipart(const HttpRequest& request, const Ro
             return CJson::ok(out);  // a repeated complete finds the work done
         }
         if (numberOfParts != found->parts.size()) {
-            return CJson::error(400, "numberOfParts " + std::to_string(numberOfParts) +
-                                         ", but " + std::to_string(found->parts.size()) +
+            return CJson::error(400, "numberOfParts " + std::to_string(numberOfParts) + ", but " +
+                                         std::to_string(found->parts.size()) +
                                          " parts were announced");
         }
         upload = *found;

@@ -1,14 +1,16 @@
 #include "vxt-service/CServiceImpl.h"
 
-#include <signal.h>
-#include <stdlib.h>
-
 #include <Poco/Net/Context.h>
 #include <Poco/Net/NetSSL.h>
 #include <Poco/Net/SecureServerSocket.h>
 #include <Poco/Net/ServerSocket.h>
 #include <Poco/Net/SocketAddress.h>
 #include <Poco/URI.h>
+#include <poll.h>
+#include <signal.h>
+#include <stdlib.h>
+#include <sys/eventfd.h>
+#include <unistd.h>
 
 #include <filesystem>
 #include <stdexcept>
@@ -76,37 +78,86 @@ Poco::Net::ServerSocket CServiceImpl::makeServerSocket() {
 }
 
 void CServiceImpl::start() {
-    if (m_server) return;
+    if (m_running) return;
     // Peers that vanish mid-body must give errors, not kill the process.
     struct sigaction current;
     if (::sigaction(SIGPIPE, nullptr, &current) == 0 && current.sa_handler == SIG_DFL) {
         ::signal(SIGPIPE, SIG_IGN);
     }
     m_stop.clear();
-    Poco::Net::ServerSocket socket;
     try {
-        socket = makeServerSocket();
+        m_serverSocket = makeServerSocket();
     } catch (const Poco::Exception& e) {
         throw std::runtime_error("vxt-service cannot listen on " + m_config.host + ":" +
                                  std::to_string(m_config.port) + ": " + e.displayText());
     }
-    m_port = socket.address().port();
-    int threads = static_cast<int>(m_config.maxConnections);
-    m_pool = std::make_unique<Poco::ThreadPool>(2, threads + 4, 60);
-    Poco::Net::TCPServerParams::Ptr params = new Poco::Net::TCPServerParams;
-    params->setMaxThreads(threads);
-    params->setMaxQueued(1024);
-    params->setThreadIdleTime(Poco::Timespan(10, 0));
-    m_server = std::make_unique<Poco::Net::TCPServer>(new CHttpConnection::Factory(*this), *m_pool,
-                                                      socket, params);
-    m_server->start();
+    m_port = m_serverSocket.address().port();
+    m_wakeFd = ::eventfd(0, EFD_CLOEXEC);
+    if (m_wakeFd < 0) throw std::runtime_error("vxt-service: eventfd failed");
+    m_running = true;
+    m_acceptor = std::thread([this] { acceptLoop(); });
+}
+
+void CServiceImpl::acceptLoop() {
+    const int listenFd = m_serverSocket.impl()->sockfd();
+    for (;;) {
+        {
+            std::unique_lock<std::mutex> lock(m_threadsMutex);
+            reapFinishedNoLock();
+            // At the connection limit, further clients wait in the listen queue.
+            m_threadsChanged.wait(lock, [this] {
+                return m_stop.raised() || !m_finished.empty() ||
+                       m_threads.size() < m_config.maxConnections;
+            });
+            reapFinishedNoLock();
+            if (m_threads.size() >= m_config.maxConnections) continue;
+        }
+        if (m_stop.raised()) return;
+        pollfd fds[2] = {{listenFd, POLLIN, 0}, {m_wakeFd, POLLIN, 0}};
+        if (::poll(fds, 2, -1) < 0) continue;
+        if (m_stop.raised() || (fds[1].revents & POLLIN)) return;
+        if (!(fds[0].revents & POLLIN)) continue;
+        Poco::Net::StreamSocket socket;
+        try {
+            socket = m_serverSocket.acceptConnection();
+        } catch (const std::exception&) {
+            continue;  // the client gave up between poll and accept, or the TLS setup failed
+        }
+        std::lock_guard<std::mutex> lock(m_threadsMutex);
+        std::uint64_t id = m_nextConnectionId;  // a key only; the connection takes its own id
+        while (m_threads.count(id) != 0) ++id;
+        m_threads.emplace(id, std::thread([this, socket, id] {
+                              CHttpConnection(socket, *this).run();
+                              std::lock_guard<std::mutex> done(m_threadsMutex);
+                              m_finished.push_back(id);
+                              m_threadsChanged.notify_all();
+                          }));
+    }
+}
+
+void CServiceImpl::reapFinishedNoLock() {
+    for (std::uint64_t id : m_finished) {
+        auto it = m_threads.find(id);
+        if (it == m_threads.end()) continue;
+        it->second.join();
+        m_threads.erase(it);
+    }
+    m_finished.clear();
 }
 
 void CServiceImpl::stop() {
-    if (!m_server) return;
+    if (!m_running) return;
     m_stop.raise();
     m_log.interrupt();
-    m_server->stop();
+    std::uint64_t one = 1;
+    if (::write(m_wakeFd, &one, sizeof one) < 0) {
+        // The stop flag is raised; the loop sees it at its next turn.
+    }
+    {
+        std::lock_guard<std::mutex> lock(m_threadsMutex);
+        m_threadsChanged.notify_all();
+    }
+    m_acceptor.join();
     {
         std::lock_guard<std::mutex> lock(m_connectionsMutex);
         for (auto* socket : m_connections) {
@@ -116,9 +167,17 @@ void CServiceImpl::stop() {
             }
         }
     }
-    m_pool->joinAll();
-    m_server.reset();
-    m_pool.reset();
+    std::map<std::uint64_t, std::thread> threads;
+    {
+        std::lock_guard<std::mutex> lock(m_threadsMutex);
+        threads.swap(m_threads);
+        m_finished.clear();
+    }
+    for (auto& entry : threads) entry.second.join();
+    m_serverSocket.close();
+    ::close(m_wakeFd);
+    m_wakeFd = -1;
+    m_running = false;
     if (m_sslInitialized) {
         Poco::Net::uninitializeSSL();
         m_sslInitialized = false;
@@ -126,8 +185,8 @@ void CServiceImpl::stop() {
 }
 
 std::string CServiceImpl::rootUrl() const {
-    std::string host = m_config.host.find(':') != std::string::npos ? "[" + m_config.host + "]"
-                                                                     : m_config.host;
+    std::string host =
+        m_config.host.find(':') != std::string::npos ? "[" + m_config.host + "]" : m_config.host;
     return std::string(m_config.tls ? "https" : "http") + "://" + host + ":" +
            std::to_string(m_port);
 }

@@ -1,19 +1,23 @@
-// Everything one running service owns, and what its route handlers share. Lock order: the
-// state's mutex before the object store's; the log, the fault table and the connection
-// registry are leaves.
+// Everything one running service owns, and what its route handlers share. One thread accepts
+// connections and one thread serves each connection, up to maxConnections at once. Lock order:
+// the state's mutex before the object store's; the log, the fault table, the connection registry
+// and the thread list are leaves.
 #ifndef VXT_SERVICE_CSERVICEIMPL_H
 #define VXT_SERVICE_CSERVICEIMPL_H
 
+#include <Poco/Net/ServerSocket.h>
 #include <Poco/Net/StreamSocket.h>
-#include <Poco/Net/TCPServer.h>
-#include <Poco/ThreadPool.h>
 
 #include <atomic>
+#include <condition_variable>
 #include <cstdint>
+#include <map>
 #include <memory>
 #include <mutex>
 #include <set>
 #include <string>
+#include <thread>
+#include <vector>
 
 #include "vxt-service/CControlRoutes.h"
 #include "vxt-service/CDataRoutes.h"
@@ -84,6 +88,9 @@ public:
 private:
     void prepareDataDir();
     Poco::Net::ServerSocket makeServerSocket();
+    void acceptLoop();
+    // Joins the connection threads that have finished; m_threadsMutex held.
+    void reapFinishedNoLock();
 
     ServiceConfig m_config;
     std::string m_dataDir;
@@ -111,8 +118,14 @@ private:
     std::atomic<unsigned int> m_maxData{0};
     std::atomic<std::uint64_t> m_requests{0};
 
-    std::unique_ptr<Poco::ThreadPool> m_pool;
-    std::unique_ptr<Poco::Net::TCPServer> m_server;
+    Poco::Net::ServerSocket m_serverSocket;
+    int m_wakeFd = -1;  // eventfd that ends the accept loop's wait
+    std::thread m_acceptor;
+    std::mutex m_threadsMutex;
+    std::condition_variable m_threadsChanged;
+    std::map<std::uint64_t, std::thread> m_threads;  // guarded by m_threadsMutex
+    std::vector<std::uint64_t> m_finished;           // guarded by m_threadsMutex
+    bool m_running = false;
     bool m_sslInitialized = false;
 };
 

@@ -13,7 +13,8 @@ namespace {
 std::string signedMethod(const std::string& method) { return method == "HEAD" ? "GET" : method; }
 
 bool parseUnsigned(const std::string& text, std::uint64_t& out) {
-    if (text.empty() || text.size() > 19 || text.find_first_not_of("0123456789") != std::string::npos) {
+    if (text.empty() || text.size() > 19 ||
+        text.find_first_not_of("0123456789") != std::string::npos) {
         return false;
     }
     out = std::stoull(text);
@@ -23,14 +24,15 @@ bool parseUnsigned(const std::string& text, std::uint64_t& out) {
 
 CUrlSigner::CUrlSigner() {
     unsigned char key[32];
-    if (RAND_bytes(key, sizeof key) != 1) throw std::runtime_error("no random bytes for the URL key");
+    if (RAND_bytes(key, sizeof key) != 1)
+        throw std::runtime_error("no random bytes for the URL key");
     m_secret.assign(reinterpret_cast<char*>(key), sizeof key);
 }
 
 std::string CUrlSigner::mac(const std::string& method, const std::string& path,
                             std::uint64_t expiresMs, std::uint64_t generation) const {
-    std::string text = signedMethod(method) + "\n" + path + "\n" + std::to_string(expiresMs) + "\n" +
-                       std::to_string(generation);
+    std::string text = signedMethod(method) + "\n" + path + "\n" + std::to_string(expiresMs) +
+                       "\n" + std::to_string(generation);
     unsigned char out[EVP_MAX_MD_SIZE];
     unsigned int length = 0;
     HMAC(EVP_sha256(), m_secret.data(), static_cast<int>(m_secret.size()),
@@ -66,10 +68,14 @@ void CUrlSigner::expireAll() { ++m_generation; }
 
 const char* CUrlSigner::verdictText(Verdict verdict) {
     switch (verdict) {
-        case Verdict::Valid: return "valid";
-        case Verdict::Missing: return "the URL is not signed";
-        case Verdict::BadSignature: return "the URL's signature does not match";
-        case Verdict::Expired: return "the URL has expired";
+        case Verdict::Valid:
+            return "valid";
+        case Verdict::Missing:
+            return "the URL is not signed";
+        case Verdict::BadSignature:
+            return "the URL's signature does not match";
+        case Verdict::Expired:
+            return "the URL has expired";
     }
     return "invalid";
 }

@@ -32,8 +32,7 @@ CPocoSslInitializer::CPocoSslInitializer()
     : m_keyHandler(new Poco::Net::KeyConsoleHandler(false)),
       m_certificateHandler(new CInvalidCertificateHandler()),
       m_context(new Poco::Net::Context(Poco::Net::Context::CLIENT_USE, "",
-                                       Poco::Net::Context::VERIFY_NONE, 9, false,
-                                       kCipherList)) {
+                                       Poco::Net::Context::VERIFY_NONE, 9, false, kCipherList)) {
     Poco::FastMutex::ScopedLock lock(g_liveMutex);
     Poco::Net::initializeNetwork();
     Poco::Net::initializeSSL();

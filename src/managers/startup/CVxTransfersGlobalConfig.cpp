@@ -27,7 +27,9 @@ CVxTransfersGlobalConfig* CVxTransfersGlobalConfig::getInstance() {
 }
 
 CVxTransfersGlobalConfig::CVxTransfersGlobalConfig()
-    : m_mutex(new Poco::FastMutex), m_restEndPointUrl(kDefaultRestEndPointUrl) {
+    : m_mutex(new Poco::FastMutex),
+      m_restEndPointUrl(kDefaultRestEndPointUrl),
+      m_proxyMutex(new Poco::FastMutex) {
     CUserAgentGenerator::generate(m_userAgent);
 }
 
@@ -68,14 +70,19 @@ const std::string& CVxTransfersGlobalConfig::getUserAgent() {
 }
 
 bool CVxTransfersGlobalConfig::getProxyConfig(ProxyConfig& config) {
-    Poco::FastMutex::ScopedLock lock(*m_mutex);
+    std::string endPoint;
+    {
+        Poco::FastMutex::ScopedLock lock(*m_mutex);
+        endPoint = m_restEndPointUrl;
+    }
+    Poco::FastMutex::ScopedLock lock(*m_proxyMutex);
     if (!m_proxyRetriever) {
         m_proxyRetriever.reset(new (std::nothrow) CProxyConfigurationRetriever());
         if (!m_proxyRetriever) {
             return false;
         }
     }
-    const Poco::URI destination(m_restEndPointUrl);
+    const Poco::URI destination(endPoint);
     return m_proxyRetriever->retrieve(destination, config);
 }
 
