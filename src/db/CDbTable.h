@@ -85,7 +85,7 @@ protected:
         return execute(failureText, sqlHead + list + ")");
     }
 
-    Poco::Data::Session& m_session;
+    Poco::Data::Session& m_session;  // used only under CDbSessionLock
     Mutex m_mutex;
 };
 
