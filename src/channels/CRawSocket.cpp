@@ -21,8 +21,8 @@ dt_error CRawSocket::waitAvailable(SocketAvailabilityType type, unsigned long ti
         default:
             return DT_INVALID_ARGUMENT;
     }
-    const int wait = timeoutMs > static_cast<unsigned long>(INT_MAX) ? INT_MAX
-                                                                    : static_cast<int>(timeoutMs);
+    const int wait =
+        timeoutMs > static_cast<unsigned long>(INT_MAX) ? INT_MAX : static_cast<int>(timeoutMs);
     const int result = ::poll(&entry, 1, wait);
     return result < 1 ? DT_FAILURE : DT_SUCCESS;
 }

@@ -392,8 +392,8 @@ CTransferChannelBase::TurnOutcome CTransferChannelBase::judgeAttempt(RunState& s
     if (endsTheLoop(state.result)) {
         return TurnOutcome::LEAVE_LOOP;
     }
-    VXT_BLOG_WARNING(m_logger, "Error when uploading part using uri "
-                                   << m_url << ". Trying to reconnect...");
+    VXT_BLOG_WARNING(m_logger,
+                     "Error when uploading part using uri " << m_url << ". Trying to reconnect...");
     VXT_BLOG_INFO(m_logger, "Bytes already uploaded: " << state.doneBytes);
     if (state.rangeSupported && m_size > state.doneBytes && state.bytesThisAttempt != 0) {
         state.bytesLeft = m_size - state.doneBytes;
@@ -453,8 +453,8 @@ void CTransferChannelBase::stopEnding(RunState& state) {
 }
 
 void CTransferChannelBase::failOnException(const std::string& what) {
-    VXT_BLOG_ERROR(m_logger, "Transfer channel: exception ended the transfer of the channel: "
-                                 << what);
+    VXT_BLOG_ERROR(m_logger,
+                   "Transfer channel: exception ended the transfer of the channel: " << what);
     try {
         if (m_progressFired > 0) {
             takeBackProgress(static_cast<unsigned long long>(m_progressFired));
@@ -609,22 +609,19 @@ dt_error CTransferChannelBase::setProxyCurlOptions(CCurlHandle& handle) {
         return DT_FAILURE;
     }
     if (!proxyConfig.username.empty() &&
-        curl_easy_setopt(curl, CURLOPT_PROXYUSERNAME, proxyConfig.username.c_str()) !=
-            CURLE_OK) {
+        curl_easy_setopt(curl, CURLOPT_PROXYUSERNAME, proxyConfig.username.c_str()) != CURLE_OK) {
         VXT_BLOG_ERROR(m_logger, "Failed to set curl option CURLOPT_PROXYUSERNAME");
         return DT_FAILURE;
     }
     if (!proxyConfig.password.empty() &&
-        curl_easy_setopt(curl, CURLOPT_PROXYPASSWORD, proxyConfig.password.c_str()) !=
-            CURLE_OK) {
+        curl_easy_setopt(curl, CURLOPT_PROXYPASSWORD, proxyConfig.password.c_str()) != CURLE_OK) {
         VXT_BLOG_ERROR(m_logger, "Failed to set curl option CURLOPT_PROXYPASSWORD");
         return DT_FAILURE;
     }
     return DT_SUCCESS;
 }
 
-void CTransferChannelBase::httpRequestGenerate(const Poco::URI& uri,
-                                               unsigned long long startOffset,
+void CTransferChannelBase::httpRequestGenerate(const Poco::URI& uri, unsigned long long startOffset,
                                                Poco::Net::HTTPRequest& request) {
     request.setMethod(Poco::Net::HTTPRequest::HTTP_GET);
     request.setURI(uri.getPathEtc());
@@ -682,7 +679,8 @@ dt_error CTransferChannelBase::transfer(ILocalFile& file, CCurlHandle& handle,
                            "Exception caught when copying data to output buffer: " << e.what());
             break;
         } catch (...) {
-            VXT_BLOG_ERROR(m_logger, "Undefined exception caught when copying data to output buffer");
+            VXT_BLOG_ERROR(m_logger,
+                           "Undefined exception caught when copying data to output buffer");
             break;
         }
         waitingForMemory = false;
@@ -756,17 +754,19 @@ dt_error CTransferChannelBase::sendBytes(CCurlHandle& handle, const char* data,
 
 dt_error CTransferChannelBase::receiveBytes(CCurlHandle& handle, char* data, unsigned long length,
                                             unsigned long& received) {
+    // Receive first and wait only when nothing is there: over TLS the bytes of a record already
+    // read from the socket sit in the TLS layer, and the socket would not show them as readable.
     for (;;) {
-        if (wait_on_socket(static_cast<int>(m_socket), 1, m_socketWaitTimeoutMs) == 0) {
-            VXT_BLOG_ERROR(m_logger, "Error waiting on socket");
-            return DT_FAILURE;
-        }
         size_t n = 0;
         const CURLcode code = curl_easy_recv(static_cast<CURL*>(handle.get()), data, length, &n);
         if (code == CURLE_AGAIN) {
             if (n != 0) {
                 received = static_cast<unsigned long>(n);
                 return DT_SUCCESS;
+            }
+            if (wait_on_socket(static_cast<int>(m_socket), 1, m_socketWaitTimeoutMs) == 0) {
+                VXT_BLOG_ERROR(m_logger, "Error waiting on socket");
+                return DT_FAILURE;
             }
             continue;
         }
@@ -792,9 +792,10 @@ dt_error CTransferChannelBase::receiveHttpResponse(CCurlHandle& handle,
             return result;
         }
         if (received == 0) {
-            VXT_BLOG_ERROR(m_logger, "Transfer channel: connection closed before the end of the "
-                                     "response head: "
-                                         << head);
+            VXT_BLOG_ERROR(m_logger,
+                           "Transfer channel: connection closed before the end of the "
+                           "response head: "
+                               << head);
             return DT_FAILURE;
         }
         head += byte;

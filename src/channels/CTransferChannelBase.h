@@ -38,8 +38,8 @@ class ITransferFile;
 class CTransferChannelBase : public ITransferChannel, public Poco::Runnable {
 public:
     CTransferChannelBase(const std::string& url, const std::wstring& path,
-                         unsigned long long offset, unsigned long long size,
-                         ITransferFile* parent, unsigned int channelIndex,
+                         unsigned long long offset, unsigned long long size, ITransferFile* parent,
+                         unsigned int channelIndex,
                          Poco::SharedPtr<ITransferBufferManager> bufferManager, bool addToDb);
     ~CTransferChannelBase() override;
 

@@ -14,10 +14,8 @@ CUploadChannel::CUploadChannel(const std::string& url, const std::wstring& path,
                                unsigned long long offset, unsigned long long size,
                                const HeaderList& headers, ITransferFile* parent,
                                unsigned int channelIndex,
-                               Poco::SharedPtr<ITransferBufferManager> bufferManager,
-                               bool addToDb)
-    : CTransferChannelBase(url, path, offset, size, parent, channelIndex, bufferManager,
-                           addToDb),
+                               Poco::SharedPtr<ITransferBufferManager> bufferManager, bool addToDb)
+    : CTransferChannelBase(url, path, offset, size, parent, channelIndex, bufferManager, addToDb),
       m_uploadUrl(url),
       m_uploadPath(path),
       m_headers(headers),
@@ -44,10 +42,9 @@ CUploadChannel::~CUploadChannel() {
 }
 
 void CUploadChannel::setMaxTransferSpeed(unsigned int bytesPerSec) {
-    VXT_BLOG_INFO(m_logger, "Setting max upload speed to " << bytesPerSec
-                                                           << " to a channel. Channel url: "
-                                                           << m_uploadUrl << ". Offset: "
-                                                           << m_offset);
+    VXT_BLOG_INFO(m_logger, "Setting max upload speed to "
+                                << bytesPerSec << " to a channel. Channel url: " << m_uploadUrl
+                                << ". Offset: " << m_offset);
     CTransferChannelBase::setMaxTransferSpeed(bytesPerSec);
 }
 
@@ -55,8 +52,9 @@ dt_error CUploadChannel::start() {
     VXT_BLOG_INFO(m_logger, "Starting upload of a channel. Channel url: "
                                 << m_uploadUrl << ". Offset: " << m_offset);
     if (m_uploadUrl.empty() || m_uploadPath.empty()) {
-        VXT_BLOG_ERROR(m_logger, "Upload channel: unable to start since either url or path is "
-                                 "empty!");
+        VXT_BLOG_ERROR(m_logger,
+                       "Upload channel: unable to start since either url or path is "
+                       "empty!");
         return DT_INVALID_ARGUMENT;
     }
     return CTransferChannelBase::start();
@@ -108,8 +106,8 @@ dt_error CUploadChannel::onTransferComplete(CCurlHandle& handle) {
     }
     const int status = static_cast<int>(response.getStatus());
     if (status < 400) {
-        VXT_BLOG_ERROR(m_logger, "Successfully uploaded path: " << m_uploadUrl
-                                                                << ". Http status: " << status);
+        VXT_BLOG_ERROR(
+            m_logger, "Successfully uploaded path: " << m_uploadUrl << ". Http status: " << status);
         return DT_SUCCESS;
     }
     VXT_BLOG_ERROR(m_logger, "Error happened during file upload! Http status: " << status);

@@ -22,8 +22,8 @@ public:
     // from the database passes false.
     CUploadChannel(const std::string& url, const std::wstring& path, unsigned long long offset,
                    unsigned long long size, const HeaderList& headers, ITransferFile* parent,
-                   unsigned int channelIndex,
-                   Poco::SharedPtr<ITransferBufferManager> bufferManager, bool addToDb);
+                   unsigned int channelIndex, Poco::SharedPtr<ITransferBufferManager> bufferManager,
+                   bool addToDb);
     ~CUploadChannel() override;
 
     void setMaxTransferSpeed(unsigned int bytesPerSec) override;

@@ -17,8 +17,8 @@ void appendField(std::string& text, const std::string& name, const std::string& 
 
 }  // namespace
 
-std::string generate(const std::string& method, const std::string& pathEtc,
-                     const std::string& host, const HeaderList& headers) {
+std::string generate(const std::string& method, const std::string& pathEtc, const std::string& host,
+                     const HeaderList& headers) {
     std::string text;
     text.reserve(256);
     text += method;

@@ -19,8 +19,8 @@ using HeaderList = std::vector<std::pair<std::string, std::string>>;
 // empty path), then "Host", then `headers` in their order with the names as given (a range is
 // one of them: "Content-Range" of a PUT, "Range" of a GET), then the blank line. No header is
 // added or reordered, and values are written as they stand.
-std::string generate(const std::string& method, const std::string& pathEtc,
-                     const std::string& host, const HeaderList& headers);
+std::string generate(const std::string& method, const std::string& pathEtc, const std::string& host,
+                     const HeaderList& headers);
 
 // The head of a request that the channel hooks have filled: its method, URI and host, and its
 // other fields in the order they were set.

@@ -11,8 +11,7 @@ class CTransferBuffer {
 public:
     class CBufferOverflowException : public std::runtime_error {
     public:
-        CBufferOverflowException(unsigned long long actualSize,
-                                 unsigned long long committedSize);
+        CBufferOverflowException(unsigned long long actualSize, unsigned long long committedSize);
         static std::string msg(unsigned long long actualSize, unsigned long long committedSize);
     };
 

@@ -111,9 +111,8 @@ CTransferBufferManagerBase::getBufferWithSizeInAcceptableRange(unsigned long lon
 }
 
 CTransferBufferManagerBase::BufferList::iterator CTransferBufferManagerBase::getFirstAvailable() {
-    return std::find_if(
-        m_buffers.begin(), m_buffers.end(),
-        [](const Poco::SharedPtr<BufferDesc>& desc) { return desc->free; });
+    return std::find_if(m_buffers.begin(), m_buffers.end(),
+                        [](const Poco::SharedPtr<BufferDesc>& desc) { return desc->free; });
 }
 
 void CTransferBufferManagerBase::releaseBuffer(BufferList::iterator buffer) {

@@ -1,9 +1,8 @@
-#include "channels/CChannelThrottle.h"
-
 #include <gtest/gtest.h>
 
 #include <chrono>
 
+#include "channels/CChannelThrottle.h"
 #include "support/CManualChannelClock.h"
 
 namespace vx_transfers {

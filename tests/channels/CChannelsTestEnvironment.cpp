@@ -9,6 +9,7 @@
 #include <stdexcept>
 
 #include "db/CDatabase.h"
+#include "db/CDatabaseTestAccess.h"
 #include "managers/startup/CCurlInitializer.h"
 #include "managers/startup/CSingleton.h"
 #include "platform/porting/string_convert.h"
@@ -50,6 +51,8 @@ void CChannelsTestEnvironment::SetUp() {
 void CChannelsTestEnvironment::TearDown() {
     s_tlsService.reset();
     s_service.reset();
+    // Closed here rather than at exit, where the database library is already torn down.
+    CDatabaseTestAccess::close();
     try {
         Poco::File(s_folder).remove(true);
     } catch (...) {

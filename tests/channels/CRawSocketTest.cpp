@@ -1,9 +1,8 @@
-#include "channels/CRawSocket.h"
-
 #include <gtest/gtest.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include "channels/CRawSocket.h"
 #include "channels/wait_on_socket.h"
 
 namespace vx_transfers {

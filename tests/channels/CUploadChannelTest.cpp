@@ -1,5 +1,3 @@
-#include "channels/CUploadChannel.h"
-
 #include <Poco/MD5Engine.h>
 #include <Poco/Net/HTTPRequest.h>
 #include <Poco/URI.h>
@@ -12,6 +10,7 @@
 
 #include "CChannelsTestEnvironment.h"
 #include "CUploadDirection.h"
+#include "channels/CUploadChannel.h"
 #include "channels/http_request_head.h"
 #include "memory/CTRansferBufferManagerDynamic.h"
 #include "support/CFakeTransferFile.h"
@@ -241,11 +240,11 @@ TEST_F(CUploadChannelTest, MissingLocalFileFailsAtOnceWithoutStoringTheFailure) 
 }
 
 TEST_F(CUploadChannelTest, StartWithoutUrlOrPathIsRefused) {
-    const std::vector<std::pair<std::string, std::wstring>> cases{
-        {"", L"/tmp/x"}, {"http://127.0.0.1:1/x", L""}};
+    const std::vector<std::pair<std::string, std::wstring>> cases{{"", L"/tmp/x"},
+                                                                  {"http://127.0.0.1:1/x", L""}};
     for (const auto& c : cases) {
-        CUploadChannel channel(c.first, c.second, 0, 10, CUploadChannel::HeaderList(), &m_file,
-                               0, m_manager, false);
+        CUploadChannel channel(c.first, c.second, 0, 10, CUploadChannel::HeaderList(), &m_file, 0,
+                               m_manager, false);
         EXPECT_EQ(DT_INVALID_ARGUMENT, channel.start());
         EXPECT_FALSE(channel.isStarted());
     }
@@ -276,8 +275,8 @@ TEST_F(CUploadChannelTest, ConstructionStoresTheRowOnlyWhenAsked) {
 TEST_F(CUploadChannelTest, RequestHeadIsExactlyTheHandWrittenPut) {
     const CUploadChannel::HeaderList headers{{"Content-Type", "application/octet-stream"},
                                              {"x-vx-upload-key", "k 1"}};
-    CInspectableUploadChannel channel("http://127.0.0.1:8080/data/a%20b?sig=1&e=2#f",
-                                      L"/tmp/a", 1000, 500, headers, &m_file, 0, m_manager, false);
+    CInspectableUploadChannel channel("http://127.0.0.1:8080/data/a%20b?sig=1&e=2#f", L"/tmp/a",
+                                      1000, 500, headers, &m_file, 0, m_manager, false);
     const std::string common =
         "Host: 127.0.0.1\r\n"
         "Connection: Keep-Alive\r\n"
@@ -289,9 +288,9 @@ TEST_F(CUploadChannelTest, RequestHeadIsExactlyTheHandWrittenPut) {
         "Content-Length: 500\r\n";
     EXPECT_EQ("PUT /data/a%20b?sig=1&e=2#f HTTP/1.1\r\n" + common + "\r\n", channel.head(0));
     // Only a resumed range would carry it: relative start, absolute end, no unit.
-    EXPECT_EQ("PUT /data/a%20b?sig=1&e=2#f HTTP/1.1\r\n" + common +
-                  "Content-Range: 20-1499\r\n\r\n",
-              channel.head(20));
+    EXPECT_EQ(
+        "PUT /data/a%20b?sig=1&e=2#f HTTP/1.1\r\n" + common + "Content-Range: 20-1499\r\n\r\n",
+        channel.head(20));
 }
 
 }  // namespace

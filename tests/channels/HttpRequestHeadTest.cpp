@@ -1,7 +1,7 @@
-#include "channels/http_request_head.h"
-
 #include <Poco/Net/HTTPRequest.h>
 #include <gtest/gtest.h>
+
+#include "channels/http_request_head.h"
 
 namespace vx_transfers {
 namespace {

@@ -1,6 +1,6 @@
-#include "memory/CMemoryManager.h"
-
 #include <gtest/gtest.h>
+
+#include "memory/CMemoryManager.h"
 
 namespace vx_transfers {
 namespace {

@@ -48,8 +48,8 @@ TEST_F(CTransferBufferManagerTest, FreeBufferWithinTenPercentIsReused) {
         bool reused;
     };
     // Wanted is 2,000,000: the tolerance is 200,000 and the test is strict.
-    const Case cases[] = {{1900000, true}, {2100000, true}, {1800001, true},
-                          {1800000, false}, {2200000, false}};
+    const Case cases[] = {
+        {1900000, true}, {2100000, true}, {1800001, true}, {1800000, false}, {2200000, false}};
     for (const Case& c : cases) {
         SCOPED_TRACE(c.existing);
         m_manager.allocateMemoryPool();
@@ -167,8 +167,7 @@ TEST(CTransferBufferManagerStaticTest, ConfiguredSizeIsBoundedByThePoolAndTheReq
 
 TEST(CBufferManagerFactoryTest, ZeroGivesADynamicManagerAndAnythingElseAStaticOne) {
     std::unique_ptr<ITransferBufferManager> dynamic(CBufferManagerFactory::createBufferManager(0));
-    std::unique_ptr<ITransferBufferManager> fixed(
-        CBufferManagerFactory::createBufferManager(4096));
+    std::unique_ptr<ITransferBufferManager> fixed(CBufferManagerFactory::createBufferManager(4096));
     EXPECT_NE(nullptr, dynamic_cast<CTRansferBufferManagerDynamic*>(dynamic.get()));
     auto* staticManager = dynamic_cast<CTransferBufferManagerStatic*>(fixed.get());
     ASSERT_NE(nullptr, staticManager);

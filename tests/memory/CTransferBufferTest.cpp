@@ -1,8 +1,8 @@
-#include "memory/CTransferBuffer.h"
-
 #include <gtest/gtest.h>
 
 #include <string>
+
+#include "memory/CTransferBuffer.h"
 
 namespace vx_transfers {
 namespace {

@@ -54,6 +54,7 @@ TEST_F(CEnvProxyConfigurationTest, LowerCaseVariableWinsOverTheOthers) {
 }
 
 TEST_F(CEnvProxyConfigurationTest, NoVariableOrGarbageMeansNoProxy) {
+    const platform_test::CLogMark mark;
     const char* const values[] = {nullptr, "", "http://", "::::", "http://[::1", "/just/a/path"};
     for (const char* value : values) {
         SCOPED_TRACE(value == nullptr ? "(unset)" : value);
@@ -67,8 +68,7 @@ TEST_F(CEnvProxyConfigurationTest, NoVariableOrGarbageMeansNoProxy) {
         EXPECT_EQ("", host);
     }
     EXPECT_FALSE(
-        platform_test::logLinesContaining("Ignoring the proxy variable http_proxy: no host in it")
-            .empty());
+        mark.linesContaining("Ignoring the proxy variable http_proxy: no host in it").empty());
 }
 
 }  // namespace

@@ -24,7 +24,6 @@ namespace vx_transfers {
 namespace {
 
 using platform_test::CTempDir;
-using platform_test::logLinesContaining;
 
 const std::regex kLineFormat(
     R"(^\[(\d{1,2}-\d{1,2}-\d{2}) \d{2}:\d{2}:\d{2}:\d{3}\] \[\d+ [^\]]*\] \[(Information|Warning|Error)\] (.*)$)");
@@ -93,7 +92,10 @@ const bool g_jobsRegistered = [] {
     return true;
 }();
 
-class CLoggerTest : public ::testing::Test {};
+class CLoggerTest : public ::testing::Test {
+protected:
+    platform_test::CLogMark m_mark;
+};
 
 TEST_F(CLoggerTest, EachLineCarriesDateTimeThreadAndItsOwnLevel) {
     const std::string dateBefore = localDate();
@@ -103,7 +105,7 @@ TEST_F(CLoggerTest, EachLineCarriesDateTimeThreadAndItsOwnLevel) {
     VXT_LOG_INFO("level check four");
     const std::string dateAfter = localDate();
 
-    const std::vector<std::string> lines = logLinesContaining("level check ");
+    const std::vector<std::string> lines = m_mark.linesContaining("level check ");
     ASSERT_EQ(4u, lines.size());
     const char* const levels[] = {"Warning", "Information", "Error", "Information"};
     const char* const texts[] = {"level check one", "level check two", "level check three",
@@ -124,14 +126,14 @@ TEST_F(CLoggerTest, BucketLinesBeginWithThePrefix) {
     VXT_BLOG_INFO(channelLogger, "prefixed channel line");
     VXT_BLOG_ERROR(groupLogger, "prefixed group line");
 
-    const std::vector<std::string> channelLines = logLinesContaining("prefixed channel line");
+    const std::vector<std::string> channelLines = m_mark.linesContaining("prefixed channel line");
     ASSERT_EQ(1u, channelLines.size());
     std::smatch match;
     ASSERT_TRUE(std::regex_match(channelLines[0], match, kLineFormat));
     EXPECT_EQ("Information", match[2]);
     EXPECT_EQ("[b1[7]: f9: 2] prefixed channel line", match[3]);
 
-    const std::vector<std::string> groupLines = logLinesContaining("prefixed group line");
+    const std::vector<std::string> groupLines = m_mark.linesContaining("prefixed group line");
     ASSERT_EQ(1u, groupLines.size());
     ASSERT_TRUE(std::regex_match(groupLines[0], match, kLineFormat));
     EXPECT_EQ("Error", match[2]);
@@ -147,7 +149,7 @@ TEST_F(CLoggerTest, LineFromANamedThreadCarriesItsName) {
     thread.start(body);
     thread.join();
 
-    const std::vector<std::string> lines = logLinesContaining("line from a named thread");
+    const std::vector<std::string> lines = m_mark.linesContaining("line from a named thread");
     ASSERT_EQ(1u, lines.size());
     EXPECT_TRUE(std::regex_match(lines[0], kLineFormat)) << lines[0];
     EXPECT_TRUE(std::regex_search(lines[0], std::regex(R"(\] \[\d+ vxt-log-test\] \[)")))
@@ -168,7 +170,7 @@ TEST_F(CLoggerTest, LinesFromManyThreadsStayWhole) {
     for (std::thread& thread : threads) {
         thread.join();
     }
-    const std::vector<std::string> lines = logLinesContaining("concurrent line ");
+    const std::vector<std::string> lines = m_mark.linesContaining("concurrent line ");
     ASSERT_EQ(static_cast<std::size_t>(kThreads * kLinesEach), lines.size());
     for (const std::string& line : lines) {
         ASSERT_TRUE(std::regex_match(

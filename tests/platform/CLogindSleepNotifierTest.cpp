@@ -48,13 +48,13 @@ TEST(CLogindSleepNotifierTest, WithoutASystemBusThereIsNoNotifierAndOneLogLine) 
     const std::string address = "unix:path=" + dir.file("no-bus-here");
     CScopedEnv bus("DBUS_SYSTEM_BUS_ADDRESS", address.c_str());
     const std::string line = "Sleep notifications off: the system bus is not reachable";
-    const std::size_t before = platform_test::logLinesContaining(line).size();
+    const platform_test::CLogMark mark;
 
     std::unique_ptr<ISleepNotifier> notifier(ISleepNotifier::create());
 
     EXPECT_EQ(nullptr, notifier);
-    const std::vector<std::string> lines = platform_test::logLinesContaining(line);
-    ASSERT_EQ(before + 1, lines.size());
+    const std::vector<std::string> lines = mark.linesContaining(line);
+    ASSERT_EQ(1u, lines.size());
     EXPECT_NE(std::string::npos, lines.back().find("[Warning] "));
 }
 

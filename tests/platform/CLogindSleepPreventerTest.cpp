@@ -1,5 +1,3 @@
-#include "platform/porting/linux/CLogindSleepPreventer.h"
-
 #include <gtest/gtest.h>
 
 #include <memory>
@@ -8,6 +6,7 @@
 #include "CFakeLogind.h"
 #include "CPlatformTestEnvironment.h"
 #include "CPrivateBus.h"
+#include "platform/porting/linux/CLogindSleepPreventer.h"
 
 namespace vx_transfers {
 namespace {
@@ -20,12 +19,12 @@ TEST(CLogindSleepPreventerTest, WithoutASystemBusThereIsNoPreventerAndOneLogLine
     const std::string address = "unix:path=" + dir.file("no-bus-here");
     CScopedEnv bus("DBUS_SYSTEM_BUS_ADDRESS", address.c_str());
     const std::string line = "Sleep prevention off: the system bus is not reachable";
-    const std::size_t before = platform_test::logLinesContaining(line).size();
+    const platform_test::CLogMark mark;
 
     std::unique_ptr<ISleepPreventer> preventer(ISleepPreventer::create());
 
     EXPECT_EQ(nullptr, preventer);
-    EXPECT_EQ(before + 1, platform_test::logLinesContaining(line).size());
+    EXPECT_EQ(1u, mark.linesContaining(line).size());
 }
 
 TEST(CLogindSleepPreventerTest, HoldsASleepInhibitorLockBetweenStartAndStop) {
@@ -58,13 +57,13 @@ TEST(CLogindSleepPreventerTest, ABusWithoutLogindFailsToStartWithALogLine) {
     platform_test::CPrivateBus bus(dir.path());
     ASSERT_TRUE(bus.isRunning()) << "dbus-daemon is needed (scripts/install-deps)";
 
+    const platform_test::CLogMark mark;
     std::unique_ptr<ISleepPreventer> preventer(ISleepPreventer::create());
     ASSERT_NE(nullptr, preventer);
     EXPECT_FALSE(preventer->start());
     EXPECT_FALSE(preventer->isPreventing());
     EXPECT_FALSE(
-        platform_test::logLinesContaining("Sleep prevention: logind refused the inhibitor lock")
-            .empty());
+        mark.linesContaining("Sleep prevention: logind refused the inhibitor lock").empty());
 }
 
 }  // namespace

@@ -27,9 +27,22 @@ const char* const kChildDirVariable = "VXT_PLATFORM_TEST_CHILD_DIR";
 // Any test that always exists: gtest sets environments up only when some test is selected.
 const char* const kChildFilter = "--gtest_filter=CBucketSpecificLoggerTest.*";
 
+// The folder outlives every repetition of the tests; the logger keeps writing into it.
+struct CAppFilesDir {
+    ~CAppFilesDir() {
+        try {
+            if (!path.empty()) {
+                Poco::File(path).remove(true);
+            }
+        } catch (...) {
+        }
+    }
+    std::string path;
+};
+
 std::string& appFilesDirStorage() {
-    static std::string dir;
-    return dir;
+    static CAppFilesDir dir;
+    return dir.path;
 }
 
 std::map<std::string, ChildJob>& childJobs() {
@@ -51,15 +64,10 @@ public:
         if (job != nullptr && dir != nullptr) {
             runJobAndExit(job, dir);
         }
-        appFilesDirStorage() = makeTempDir();
-        ASSERT_FALSE(appFilesDirStorage().empty());
-        setAppFilesDir(appFilesDirStorage());
-    }
-
-    void TearDown() override {
-        try {
-            Poco::File(appFilesDirStorage()).remove(true);
-        } catch (...) {
+        if (appFilesDirStorage().empty()) {
+            appFilesDirStorage() = makeTempDir();
+            ASSERT_FALSE(appFilesDirStorage().empty());
+            setAppFilesDir(appFilesDirStorage());
         }
     }
 
@@ -87,9 +95,17 @@ const std::string& appFilesDir() { return appFilesDirStorage(); }
 
 std::string logFilePath() { return appFilesDir() + "/vx_transfers.log"; }
 
-std::vector<std::string> logLinesContaining(const std::string& text) {
+CLogMark::CLogMark() {
+    std::ifstream file(logFilePath(), std::ios::binary | std::ios::ate);
+    if (file) {
+        m_offset = file.tellg();
+    }
+}
+
+std::vector<std::string> CLogMark::linesContaining(const std::string& text) const {
     std::vector<std::string> lines;
-    std::ifstream file(logFilePath());
+    std::ifstream file(logFilePath(), std::ios::binary);
+    file.seekg(m_offset);
     std::string line;
     while (std::getline(file, line)) {
         if (line.find(text) != std::string::npos) {

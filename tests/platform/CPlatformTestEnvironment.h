@@ -1,6 +1,7 @@
 #pragma once
 
 #include <functional>
+#include <iosfwd>
 #include <map>
 #include <string>
 #include <vector>
@@ -9,12 +10,20 @@ namespace vx_transfers {
 namespace platform_test {
 
 // Every test process of this binary logs into a temporary application files folder of its own,
-// set before the first test runs and removed after the last.
+// set before the first test runs and removed at exit.
 const std::string& appFilesDir();
 std::string logFilePath();
 
-// Lines of the log file that contain `text`.
-std::vector<std::string> logLinesContaining(const std::string& text);
+// The end of the log file when the object was made: linesContaining() gives the lines written
+// since then that contain the text, however many tests (or repetitions) wrote before.
+class CLogMark {
+public:
+    CLogMark();
+    std::vector<std::string> linesContaining(const std::string& text) const;
+
+private:
+    std::streamoff m_offset = 0;
+};
 
 // A folder made for one test and removed with the object.
 class CTempDir {

@@ -53,8 +53,9 @@ TEST(FileUrlToFilePathTest, UrlsWithoutALocalPathGiveAnEmptyPathAndAWarning) {
     for (const wchar_t* url : urls) {
         const std::string narrow(url, url + std::wcslen(url));
         SCOPED_TRACE(narrow);
+        const platform_test::CLogMark mark;
         EXPECT_EQ(L"", pathOf(url));
-        const std::vector<std::string> lines = platform_test::logLinesContaining(narrow);
+        const std::vector<std::string> lines = mark.linesContaining(narrow);
         ASSERT_EQ(1u, lines.size());
         EXPECT_NE(std::string::npos, lines[0].find("[Warning] FileUrlToFilePath: "));
     }

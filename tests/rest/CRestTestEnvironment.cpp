@@ -4,6 +4,7 @@
 #include <Poco/TemporaryFile.h>
 
 #include <cstdlib>
+#include <memory>
 
 #include "managers/startup/CPocoSslInitializer.h"
 #include "platform/porting/string_convert.h"
@@ -14,16 +15,22 @@ namespace vxt_test {
 namespace {
 
 std::string g_scratchDir;
+std::unique_ptr<vx_transfers::CPocoSslInitializer> g_ssl;
+
+// Registered once the library's statics exist, so this runs before their destructors: the SSL
+// set-up is torn down while the library can still count it. Setting SSL up again after a full
+// tear-down is not something a test run should depend on, so it stays up between repetitions.
+void tearDownSsl() { g_ssl.reset(); }
 
 const ::testing::Environment* const g_environment =
     ::testing::AddGlobalTestEnvironment(new CRestTestEnvironment);
 
 }  // namespace
 
-CRestTestEnvironment::CRestTestEnvironment() = default;
-CRestTestEnvironment::~CRestTestEnvironment() = default;
-
 void CRestTestEnvironment::SetUp() {
+    if (!g_scratchDir.empty()) {
+        return;
+    }
     g_scratchDir = Poco::TemporaryFile::tempName();
     Poco::File(g_scratchDir).createDirectories();
     Poco::TemporaryFile::registerForDeletion(g_scratchDir);
@@ -35,10 +42,9 @@ void CRestTestEnvironment::SetUp() {
                              "ALL_PROXY", "no_proxy", "NO_PROXY"}) {
         unsetenv(name);
     }
-    m_ssl.reset(new vx_transfers::CPocoSslInitializer());
+    g_ssl.reset(new vx_transfers::CPocoSslInitializer());
+    std::atexit(tearDownSsl);
 }
-
-void CRestTestEnvironment::TearDown() { m_ssl.reset(); }
 
 const std::string& CRestTestEnvironment::scratchDir() { return g_scratchDir; }
 

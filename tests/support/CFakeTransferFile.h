@@ -22,7 +22,7 @@ public:
 
     struct Event {
         bool isState = false;
-        long long delta = 0;  // progress events
+        long long delta = 0;                                     // progress events
         vx_transfers::ITransferChannel::StateEventData state{};  // state events
     };
     using Events = std::vector<Event>;

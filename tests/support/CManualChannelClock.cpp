@@ -13,7 +13,7 @@ void CManualChannelClock::sleepMs(long milliseconds) {
     if (m_gated) {
         ++m_waiting;
         ++m_generation;
-    m_changed.notify_all();
+        m_changed.notify_all();
         m_changed.wait_for(lock, std::chrono::seconds(10),
                            [this] { return !m_gated || m_permits > 0; });
         if (m_permits > 0) --m_permits;

@@ -269,7 +269,7 @@ HttpResponse CControlRoutes::fileInfo(const std::string& bucketId, const std::st
 }
 
 HttpResponse CControlRoutes::addFault(const Json::Value& body) {
-    FaultSpec fault;
+    FaultRule fault;
     fault.route = optionalString(body, "route");
     if (fault.route.empty()) fault.route = "any";
     fault.method = optionalString(body, "method");

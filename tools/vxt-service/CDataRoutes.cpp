@@ -58,7 +58,7 @@ bool writeAll(int fd, const char* data, std::size_t size) {
 }  // namespace
 
 void CDataRoutes::handle(const HttpRequest& request, const RouteMatch& match,
-                         const FaultSpec& fault, CConnectionIo& io, ExchangeResult& result) {
+                         const FaultRule& fault, CConnectionIo& io, ExchangeResult& result) {
     io.setThrottle(m_service.throttle());
     if (match.name == "data.put") {
         put(request, match, fault, io, result);
@@ -82,11 +82,11 @@ void CDataRoutes::refuse(const HttpRequest& request, const HttpResponse& respons
             result.bodyBytes = request.contentLength;
         }
     }
-    CResponseWriter::send(io, answer, request.keepAlive, request.method == "HEAD", FaultSpec(),
+    CResponseWriter::send(io, answer, request.keepAlive, request.method == "HEAD", FaultRule(),
                           result);
 }
 
-bool CDataRoutes::checkUrl(const HttpRequest& request, const FaultSpec& fault,
+bool CDataRoutes::checkUrl(const HttpRequest& request, const FaultRule& fault,
                            HttpResponse& error) {
     if (fault.action == FaultAction::ExpiredUrl) {
         error = CJson::error(403, CUrlSigner::verdictText(CUrlSigner::Verdict::Expired));
@@ -167,7 +167,7 @@ bool CDataRoutes::checkPutHeaders(const HttpRequest& request, const PutTarget& t
     return true;
 }
 
-void CDataRoutes::put(const HttpRequest& request, const RouteMatch& match, const FaultSpec& fault,
+void CDataRoutes::put(const HttpRequest& request, const RouteMatch& match, const FaultRule& fault,
                       CConnectionIo& io, ExchangeResult& result) {
     HttpResponse error;
     PutTarget target;
@@ -186,7 +186,7 @@ void CDataRoutes::put(const HttpRequest& request, const RouteMatch& match, const
     if (!receiveBody(request, target, fault, io, result, error)) {
         if (error.status != 200) {
             error.close = true;
-            CResponseWriter::send(io, error, false, false, FaultSpec(), result);
+            CResponseWriter::send(io, error, false, false, FaultRule(), result);
         }
         result.close = true;
         return;
@@ -197,7 +197,7 @@ void CDataRoutes::put(const HttpRequest& request, const RouteMatch& match, const
 }
 
 bool CDataRoutes::receiveBody(const HttpRequest& request, const PutTarget& target,
-                              const FaultSpec& fault, CConnectionIo& io, ExchangeResult& result,
+                              const FaultRule& fault, CConnectionIo& io, ExchangeResult& result,
                               HttpResponse& error) {
     CObjectStore& store = m_service.store();
     std::string temp = store.makeTempPath();
@@ -241,11 +241,11 @@ int CDataRoutes::evaluateRange(const std::string& header, std::uint64_t size, st
     std::string unit = value.substr(0, 6);
     for (auto& c : unit) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
     if (unit != "bytes=") return 200;
-    std::string spec = value.substr(6);
-    if (spec.find(',') != std::string::npos) return 200;  // several ranges: served whole
-    std::size_t dash = spec.find('-');
+    std::string rangeSet = value.substr(6);
+    if (rangeSet.find(',') != std::string::npos) return 200;  // several ranges: served whole
+    std::size_t dash = rangeSet.find('-');
     if (dash == std::string::npos) return 200;
-    std::string a = spec.substr(0, dash), b = spec.substr(dash + 1);
+    std::string a = rangeSet.substr(0, dash), b = rangeSet.substr(dash + 1);
     std::uint64_t x = 0, y = 0;
     if (a.empty()) {  // suffix: the last y bytes
         if (!parseDecimal(b, y)) return 200;
@@ -266,7 +266,7 @@ int CDataRoutes::evaluateRange(const std::string& header, std::uint64_t size, st
     return 206;
 }
 
-void CDataRoutes::get(const HttpRequest& request, const RouteMatch& match, const FaultSpec& fault,
+void CDataRoutes::get(const HttpRequest& request, const RouteMatch& match, const FaultRule& fault,
                       CConnectionIo& io, ExchangeResult& result) {
     HttpResponse error;
     if (request.method != "GET" && request.method != "HEAD") {

@@ -22,7 +22,7 @@ class CDataRoutes {
 public:
     explicit CDataRoutes(CServiceImpl& service) : m_service(service) {}
 
-    void handle(const HttpRequest& request, const RouteMatch& match, const FaultSpec& fault,
+    void handle(const HttpRequest& request, const RouteMatch& match, const FaultRule& fault,
                 CConnectionIo& io, ExchangeResult& result);
 
     // Answers `response` without using the request body: the body is read and dropped when its
@@ -44,17 +44,17 @@ private:
         std::uint32_t partNumber = 0;
     };
 
-    void put(const HttpRequest& request, const RouteMatch& match, const FaultSpec& fault,
+    void put(const HttpRequest& request, const RouteMatch& match, const FaultRule& fault,
              CConnectionIo& io, ExchangeResult& result);
-    void get(const HttpRequest& request, const RouteMatch& match, const FaultSpec& fault,
+    void get(const HttpRequest& request, const RouteMatch& match, const FaultRule& fault,
              CConnectionIo& io, ExchangeResult& result);
     // The signature, or the scripted expiry; a 403 answer when they refuse.
-    bool checkUrl(const HttpRequest& request, const FaultSpec& fault, HttpResponse& error);
+    bool checkUrl(const HttpRequest& request, const FaultRule& fault, HttpResponse& error);
     bool lookupPutTarget(const RouteMatch& match, PutTarget& target, HttpResponse& error);
     bool checkPutHeaders(const HttpRequest& request, const PutTarget& target, HttpResponse& error);
     // Receives the body into the store under `target.key`. False when the connection ended
     // first (or a fault cut it); the caller then closes without answering.
-    bool receiveBody(const HttpRequest& request, const PutTarget& target, const FaultSpec& fault,
+    bool receiveBody(const HttpRequest& request, const PutTarget& target, const FaultRule& fault,
                      CConnectionIo& io, ExchangeResult& result, HttpResponse& error);
 
     CServiceImpl& m_service;

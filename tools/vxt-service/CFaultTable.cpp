@@ -45,7 +45,7 @@ bool CFaultTable::actionFromName(const std::string& name, FaultAction& out) {
     return false;
 }
 
-void CFaultTable::add(const FaultSpec& fault) {
+void CFaultTable::add(const FaultRule& fault) {
     std::lock_guard<std::mutex> lock(m_mutex);
     m_faults.push_back(fault);
 }
@@ -55,7 +55,7 @@ void CFaultTable::clear() {
     m_faults.clear();
 }
 
-FaultSpec CFaultTable::take(const std::string& route, const std::string& method,
+FaultRule CFaultTable::take(const std::string& route, const std::string& method,
                             const std::string& target) {
     std::lock_guard<std::mutex> lock(m_mutex);
     for (auto it = m_faults.begin(); it != m_faults.end(); ++it) {
@@ -64,11 +64,11 @@ FaultSpec CFaultTable::take(const std::string& route, const std::string& method,
         if (!it->pathContains.empty() && target.find(it->pathContains) == std::string::npos) {
             continue;
         }
-        FaultSpec hit = *it;
+        FaultRule hit = *it;
         if (it->count > 0 && --it->count == 0) m_faults.erase(it);
         return hit;
     }
-    return FaultSpec{"any", "", "", 0, 0, 0, FaultAction::None, 0, ""};
+    return FaultRule{"any", "", "", 0, 0, 0, FaultAction::None, 0, ""};
 }
 
 }  // namespace vxt_service

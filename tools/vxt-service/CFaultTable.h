@@ -20,7 +20,7 @@ enum class FaultAction {
     ExpiredUrl,
 };
 
-struct FaultSpec {
+struct FaultRule {
     std::string route = "any";
     std::string method;
     std::string pathContains;
@@ -44,14 +44,14 @@ public:
     // False for an unknown name.
     static bool actionFromName(const std::string& name, FaultAction& out);
 
-    void add(const FaultSpec& fault);
+    void add(const FaultRule& fault);
     void clear();
-    // The first fault matching this request, with its count consumed; an inactive spec if none.
-    FaultSpec take(const std::string& route, const std::string& method, const std::string& target);
+    // The first fault matching this request, with its count consumed; an inactive rule if none.
+    FaultRule take(const std::string& route, const std::string& method, const std::string& target);
 
 private:
     std::mutex m_mutex;
-    std::list<FaultSpec> m_faults;  // guarded by m_mutex
+    std::list<FaultRule> m_faults;  // guarded by m_mutex
 };
 
 }  // namespace vxt_service

@@ -100,7 +100,7 @@ bool CHttpConnection::serveOne(CConnectionIo& io) {
         HttpResponse response =
             CJson::error(parseStatus, parseStatus == 431 ? "request head too large" : parseError);
         response.close = true;
-        CResponseWriter::send(io, response, false, false, FaultSpec(), result);
+        CResponseWriter::send(io, response, false, false, FaultRule(), result);
         m_service.log().finish(seq, result.status, 0, result.responseBodyBytes, "", false);
         m_linger = true;
         return false;
@@ -111,13 +111,13 @@ bool CHttpConnection::serveOne(CConnectionIo& io) {
         HttpResponse error;
         if (!readBody(request, io, error)) {
             if (error.status != 200) {
-                CResponseWriter::send(io, error, false, false, FaultSpec(), result);
+                CResponseWriter::send(io, error, false, false, FaultRule(), result);
                 m_linger = true;
             }
             return false;
         }
         CResponseWriter::send(io, m_service.control().handle(request), request.keepAlive, false,
-                              FaultSpec(), result);
+                              FaultRule(), result);
         return !result.close;
     }
     {
@@ -140,7 +140,7 @@ void CHttpConnection::serveRouted(HttpRequest& request, const RouteMatch& match,
     entry.query = request.query;
     entry.headers = request.headers;
     std::uint64_t seq = m_service.log().begin(entry);
-    FaultSpec fault = m_service.faults().take(match.name, request.method, request.target);
+    FaultRule fault = m_service.faults().take(match.name, request.method, request.target);
     auto finish = [&] {
         bool rest = match.kind != RouteMatch::Kind::Data;
         m_service.log().finish(seq, result.status, result.bodyBytes, result.responseBodyBytes,
@@ -159,7 +159,7 @@ void CHttpConnection::serveRouted(HttpRequest& request, const RouteMatch& match,
             HttpResponse error;
             if (!readBody(request, io, error)) {
                 if (error.status != 200) {
-                    CResponseWriter::send(io, error, false, false, FaultSpec(), result);
+                    CResponseWriter::send(io, error, false, false, FaultRule(), result);
                 }
                 result.close = true;
             } else {
@@ -179,7 +179,7 @@ void CHttpConnection::serveRouted(HttpRequest& request, const RouteMatch& match,
     finish();
 }
 
-bool CHttpConnection::answerFault(const HttpRequest& request, const FaultSpec& fault,
+bool CHttpConnection::answerFault(const HttpRequest& request, const FaultRule& fault,
                                   CConnectionIo& io, ExchangeResult& result) {
     HttpResponse response;
     if (fault.action == FaultAction::RedirectLoop) {

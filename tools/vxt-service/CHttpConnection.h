@@ -40,7 +40,7 @@ private:
     // The request's own absolute URL, for redirect loops.
     std::string ownUrl(const HttpRequest& request) const;
     // Applies a fault's status or redirect; true when it answered.
-    bool answerFault(const HttpRequest& request, const FaultSpec& fault, CConnectionIo& io,
+    bool answerFault(const HttpRequest& request, const FaultRule& fault, CConnectionIo& io,
                      ExchangeResult& result);
 
     Poco::Net::StreamSocket m_socket;

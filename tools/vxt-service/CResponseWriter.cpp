@@ -25,7 +25,7 @@ std::string CResponseWriter::head(int status, const HeaderList& headers,
 }
 
 void CResponseWriter::send(CConnectionIo& io, const HttpResponse& response, bool keepAlive,
-                           bool headOnly, const FaultSpec& fault, ExchangeResult& result) {
+                           bool headOnly, const FaultRule& fault, ExchangeResult& result) {
     bool cut =
         fault.action == FaultAction::CloseAfterHeaders || fault.action == FaultAction::TruncateBody;
     keepAlive = keepAlive && !response.close && !cut;

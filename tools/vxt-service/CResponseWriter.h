@@ -27,7 +27,7 @@ public:
     // Sends `response` (without its body for HEAD), cut short as `fault` says
     // (CloseAfterHeaders, TruncateBody). Fills `result`.
     static void send(CConnectionIo& io, const HttpResponse& response, bool keepAlive, bool headOnly,
-                     const FaultSpec& fault, ExchangeResult& result);
+                     const FaultRule& fault, ExchangeResult& result);
 };
 
 }  // namespace vxt_service

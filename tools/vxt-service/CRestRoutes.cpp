@@ -236,11 +236,11 @@ HttpResponse CRestRoutes::addFiles(const HttpRequest& request, const RouteMatch&
     const Json::Value& files = body.isMember("files") ? body["files"] : none;
     if (!files.isArray()) return CJson::error(400, "key 'files' is not an array");
     std::vector<FileRecord> records;
-    for (const auto& spec : files) {
+    for (const auto& entry : files) {
         FileRecord file;
-        if (!spec.isObject()) return CJson::error(400, "an element of 'files' is not an object");
-        if (!CJson::getString(spec, "name", file.name, message) ||
-            !CJson::getUInt64(spec, "size", file.size, message)) {
+        if (!entry.isObject()) return CJson::error(400, "an element of 'files' is not an object");
+        if (!CJson::getString(entry, "name", file.name, message) ||
+            !CJson::getUInt64(entry, "size", file.size, message)) {
             return CJson::error(400, message);
         }
         if (file.name.empty()) return CJson::error(400, "a file has an empty name");

@@ -1,0 +1,146 @@
+#!/usr/bin/env bash
+# Speed, CPU and memory of the upload channels against curl, in one run, to one nginx on
+# 127.0.0.1 (files and nginx's body buffers in /dev/shm, so that no disk takes part):
+#   - one channel sending a 1 GiB file, against `curl -T` of the same file;
+#   - four channels sending four ranges of it, against four parallel curls of the four quarters;
+#   - one channel limited to 10 MB/s for 30 seconds, with the bytes of every second.
+# Targets: throughput >= 0.9x curl's, CPU seconds per GiB <= 1.2x curl's, peak resident memory
+# of the benchmark process < 64 MiB. Figures are medians of VXT_BENCH_ROUNDS rounds (default 3);
+# the exit status is 1 when a target is missed.
+#   bench/channels/run.sh <build-dir>
+set -euo pipefail
+
+build="$(cd "${1:-build}" && pwd)"
+bench_exe="$build/bench/channels/vx_bench_channels"
+nginx_exe=/usr/sbin/nginx
+size_mib="${VXT_BENCH_SIZE_MIB:-1024}"
+rounds="${VXT_BENCH_ROUNDS:-3}"
+throttle_seconds="${VXT_BENCH_THROTTLE_SECONDS:-30}"
+
+[ -x "$bench_exe" ] || { echo "missing $bench_exe (build the vx_bench_channels target)" >&2; exit 1; }
+[ -x "$nginx_exe" ] || { echo "missing $nginx_exe (scripts/install-deps)" >&2; exit 1; }
+
+base_dir=/dev/shm
+[ -d "$base_dir" ] && [ -w "$base_dir" ] || base_dir=/tmp
+work="$(mktemp -d "$base_dir/vxt-bench-channels.XXXXXX")"
+nginx_pid=""
+cleanup() {
+    [ -n "$nginx_pid" ] && kill "$nginx_pid" 2>/dev/null && wait "$nginx_pid" 2>/dev/null
+    rm -rf "$work"
+}
+trap cleanup EXIT
+
+size=$((size_mib * 1024 * 1024))
+echo "generating a ${size_mib} MiB file in $work"
+head -c "$size" /dev/urandom > "$work/source.bin"
+quarter=$((size / 4))
+for i in 0 1 2 3; do
+    dd if="$work/source.bin" of="$work/quarter-$i.bin" bs=1M iflag=skip_bytes,count_bytes \
+        skip=$((i * quarter)) count="$quarter" status=none
+done
+
+# nginx on a free port: retried when another process takes the one picked.
+mkdir -p "$work/nginx/root" "$work/nginx/body" "$work/app"
+for attempt in 1 2 3 4 5; do
+    port=$((20000 + RANDOM % 30000))
+    cat > "$work/nginx/nginx.conf" <<CONF
+daemon off;
+master_process off;
+worker_processes 1;
+pid $work/nginx/nginx.pid;
+error_log $work/nginx/error.log;
+events { worker_connections 64; }
+http {
+    access_log off;
+    client_body_temp_path $work/nginx/body;
+    proxy_temp_path $work/nginx/body;
+    fastcgi_temp_path $work/nginx/body;
+    uwsgi_temp_path $work/nginx/body;
+    scgi_temp_path $work/nginx/body;
+    client_max_body_size 0;
+    server {
+        listen 127.0.0.1:$port;
+        root $work/nginx/root;
+        location / {
+            dav_methods PUT;
+            create_full_put_path on;
+        }
+    }
+}
+CONF
+    "$nginx_exe" -p "$work/nginx/" -e "$work/nginx/error.log" -c "$work/nginx/nginx.conf" &
+    nginx_pid=$!
+    for _ in $(seq 1 100); do
+        curl -s -o /dev/null "http://127.0.0.1:$port/" && break
+        kill -0 "$nginx_pid" 2>/dev/null || break
+        sleep 0.05
+    done
+    if curl -s -o /dev/null "http://127.0.0.1:$port/"; then break; fi
+    wait "$nginx_pid" 2>/dev/null || true
+    nginx_pid=""
+done
+[ -n "$nginx_pid" ] || { echo "nginx did not start: $(cat "$work/nginx/error.log")" >&2; exit 1; }
+nginx="http://127.0.0.1:$port"
+
+# Runs a command under /usr/bin/time; appends "wall cpu maxrss_kib" to the file named first.
+measure() {
+    local out="$1"
+    shift
+    /usr/bin/time -f '%e %U %S %M' -o "$work/time.txt" "$@" > "$work/cmd.out" 2>&1 || {
+        echo "failed: $* ($(tail -n 3 "$work/cmd.out"))" >&2
+        return 1
+    }
+    awk '{ printf "%s %.3f %s\n", $1, $2 + $3, $4 }' "$work/time.txt" >> "$out"
+    rm -f "$work"/nginx/root/*
+}
+
+# Four curls in parallel, each with a quarter; time counts all of them (they are waited for).
+curl_four='pids=""
+for i in 0 1 2 3; do
+    curl -sf -o /dev/null -T "$0/quarter-$i.bin" "$1/four.bin-$i" & pids="$pids $!"
+done
+status=0
+for p in $pids; do wait $p || status=1; done
+exit $status'
+
+for round in $(seq 1 "$rounds"); do
+    echo "round $round of $rounds"
+    measure "$work/ours1" "$bench_exe" --url "$nginx/one.bin" --file "$work/source.bin" \
+        --work "$work/app"
+    measure "$work/curl1" curl -sf -o /dev/null -T "$work/source.bin" "$nginx/one.bin"
+    measure "$work/ours4" "$bench_exe" --url "$nginx/four.bin" --file "$work/source.bin" \
+        --work "$work/app" --channels 4
+    measure "$work/curl4" bash -c "$curl_four" "$work" "$nginx"
+done
+
+median() { sort -g | awk '{ v[NR] = $1 } END { print v[int((NR + 1) / 2)] }'; }
+column() { awk -v c="$2" '{ print $c }' "$1" | median; }
+maximum() { awk -v c="$2" '{ print $c }' "$1" | sort -g | tail -n 1; }
+
+status=0
+compare() {
+    local what="$1" ours="$2" theirs="$3"
+    local ow oc om tw tc
+    ow="$(column "$ours" 1)" oc="$(column "$ours" 2)" om="$(maximum "$ours" 3)"
+    tw="$(column "$theirs" 1)" tc="$(column "$theirs" 2)"
+    awk -v what="$what" -v size="$size" -v ow="$ow" -v oc="$oc" -v om="$om" -v tw="$tw" \
+        -v tc="$tc" 'BEGIN {
+        gib = size / 1073741824
+        os = size / 1048576 / ow; ts = size / 1048576 / tw
+        ocg = oc / gib; tcg = tc / gib
+        speed = os / ts; cpu = (tcg > 0 ? ocg / tcg : 0); rss = om / 1024
+        printf "%-12s channels %7.1f MiB/s %6.2f CPU s/GiB | curl %7.1f MiB/s %6.2f CPU s/GiB | speed %.2fx (>= 0.90) CPU %.2fx (<= 1.20) peak RSS %.1f MiB (< 64)\n",
+            what, os, ocg, ts, tcg, speed, cpu, rss
+        exit (speed >= 0.9 && cpu <= 1.2 && rss < 64) ? 0 : 1
+    }' || status=1
+}
+echo "medians of $rounds rounds, ${size_mib} MiB to nginx over 127.0.0.1 (wall, user+sys, max RSS):"
+compare "one range" "$work/ours1" "$work/curl1"
+compare "four ranges" "$work/ours4" "$work/curl4"
+echo "raw (wall cpu rss_kib): ours1 [$(tr '\n' ';' < "$work/ours1")] curl1 [$(tr '\n' ';' < "$work/curl1")]"
+echo "raw (wall cpu rss_kib): ours4 [$(tr '\n' ';' < "$work/ours4")] curl4 [$(tr '\n' ';' < "$work/curl4")]"
+
+echo "one channel limited to 10000000 B/s for $throttle_seconds s (bytes moved in each second):"
+"$bench_exe" --url "$nginx/throttled.bin" --file "$work/source.bin" --work "$work/app" \
+    --limit 10000000 --seconds "$throttle_seconds"
+exit $status
