@@ -69,10 +69,10 @@ CUploadManager::FileDesc CBucket::addFile(std::wstring fileUrl) {
     details.token = m_token;
     details.authToken = m_authToken;
     details.authTokenExpires = m_authTokenExpires;
-    CRestApiBucketAddFiles::RequestDetails::FileSpec spec;
-    spec.name = Poco::Path(path).getFileName();
-    spec.size = Poco::File(path).getSize();
-    details.files.push_back(spec);
+    CRestApiBucketAddFiles::RequestDetails::FileSpec entry;
+    entry.name = Poco::Path(path).getFileName();
+    entry.size = Poco::File(path).getSize();
+    details.files.push_back(entry);
 
     CRestApiBucketAddFiles::Response response;
     if (call.sendRequest(details) != DT_SUCCESS || call.receiveResponse(response) != DT_SUCCESS ||

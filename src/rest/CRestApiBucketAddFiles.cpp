@@ -9,38 +9,38 @@ namespace {
 const char kFixedFileDate[] = "2008-08-01T02:00:00.000Z";
 
 void readUploadDetails(const Json::Value& details,
-                       CRestApiBucketAddFiles::Response::FileSpec& spec) {
+                       CRestApiBucketAddFiles::Response::FileSpec& entry) {
     const Json::Value put = details.get("put", Json::Value());
     if (put.isNull()) {
         return;
     }
     const Json::Value url = put.get("url", Json::Value());
     if (!url.isNull()) {
-        spec.url = url.asString();
+        entry.url = url.asString();
     }
     const Json::Value expires = put.get("expires", Json::Value());
     if (!expires.isNull()) {
-        spec.expires = expires.asUInt64();
+        entry.expires = expires.asUInt64();
     }
     const Json::Value headers = put.get("headers", Json::Value());
     if (!headers.isNull()) {
         for (const std::string& name : headers.getMemberNames()) {
-            spec.headers.emplace_back(name, headers[name].asString());
+            entry.headers.emplace_back(name, headers[name].asString());
         }
     }
 }
 
-void readFile(const Json::Value& element, CRestApiBucketAddFiles::Response::FileSpec& spec) {
+void readFile(const Json::Value& element, CRestApiBucketAddFiles::Response::FileSpec& entry) {
     const Json::Value file = element.get("file", Json::Value());
     if (!file.isNull()) {
         const Json::Value id = file.get("id", Json::Value());
         if (!id.isNull()) {
-            spec.fileId = id.asString();
+            entry.fileId = id.asString();
         }
     }
     const Json::Value uploadDetails = element.get("uploadDetails", Json::Value());
     if (!uploadDetails.isNull()) {
-        readUploadDetails(uploadDetails, spec);
+        readUploadDetails(uploadDetails, entry);
     }
 }
 
@@ -79,9 +79,9 @@ dt_error CRestApiBucketAddFiles::receiveResponse(Response& out) {
             return DT_SUCCESS;
         }
         for (Json::ArrayIndex i = 0; i < files.size(); ++i) {
-            Response::FileSpec spec;
-            readFile(files[i], spec);
-            out.files.push_back(spec);
+            Response::FileSpec entry;
+            readFile(files[i], entry);
+            out.files.push_back(entry);
         }
         return DT_SUCCESS;
     });

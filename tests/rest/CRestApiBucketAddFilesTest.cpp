@@ -12,7 +12,7 @@ typedef CRestApiBucketAddFiles::Response Response;
 
 class CRestApiBucketAddFilesTest : public vxt_test::CRestTestFixture {
 protected:
-    static Details::FileSpec spec(const std::string& name, unsigned long long size) {
+    static Details::FileSpec fileEntry(const std::string& name, unsigned long long size) {
         Details::FileSpec result;
         result.name = name;
         result.size = size;
@@ -32,7 +32,7 @@ TEST_F(CRestApiBucketAddFilesTest, FilesAreAnnouncedWithFixedDatesAndGetUploadUr
     details.authToken = service().login();
     details.bucketId = bucket.bucketId;
     details.token = bucket.token;
-    details.files = {spec("a.txt", 5), spec("b.bin", 6000000000ULL)};
+    details.files = {fileEntry("a.txt", 5), fileEntry("b.bin", 6000000000ULL)};
     Response out;
     ASSERT_EQ(DT_SUCCESS, add(details, out));
     ASSERT_EQ(2u, out.files.size());
