@@ -45,14 +45,23 @@ CDatabase::CDatabase() {
 }
 
 CDatabase::~CDatabase() {
-    Poco::Data::SQLite::Connector::unregisterConnector();
-    m_downloadFilesInfo.reset();
-    m_downloadGroupsInfo.reset();
-    m_downloadChannelsInfo.reset();
-    m_channelsInfo.reset();
-    m_filesInfo.reset();
-    m_groupsInfo.reset();
-    m_session.reset();
+    // The database lives until static destruction, when Poco's own statics may already be
+    // gone and their locks throw. Every statement was its own transaction, so nothing is
+    // lost by giving up quietly here; throwing out of a destructor would end the process.
+    try {
+        m_downloadFilesInfo.reset();
+        m_downloadGroupsInfo.reset();
+        m_downloadChannelsInfo.reset();
+        m_channelsInfo.reset();
+        m_filesInfo.reset();
+        m_groupsInfo.reset();
+        m_session.reset();
+    } catch (...) {
+    }
+    try {
+        Poco::Data::SQLite::Connector::unregisterConnector();
+    } catch (...) {
+    }
 }
 
 void CDatabase::getDbFilePath(std::string& path) { getDbFilePath(path, m_dbFileName); }
