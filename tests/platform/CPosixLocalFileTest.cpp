@@ -1,4 +1,6 @@
 #include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <fstream>
 #include <iterator>
@@ -135,6 +137,40 @@ TEST_F(CPosixLocalFileTest, CloseEndsTheObjectsUseOfTheFile) {
     unsigned int bytesRead = 0;
     ASSERT_TRUE(file->read(buffer, 4, &bytesRead));
     EXPECT_EQ("abc", std::string(buffer, bytesRead));
+}
+
+// Opens <dir>/source.bin as a channel does; 0 when it reads "source" and refuses to write.
+int readOnlySourceJob(const std::string& dir) {
+    // Root reads and writes anything: drop to an unprivileged user so that permissions count.
+    if (geteuid() == 0 && (setgid(65534) != 0 || setuid(65534) != 0)) {
+        return 10;
+    }
+    std::unique_ptr<ILocalFile> file(ILocalFile::create());
+    if (!file->open(dir + "/source.bin", ILocalFile::MODE_READ_WRITE)) {
+        return 11;
+    }
+    char buffer[16] = {};
+    unsigned int bytesRead = 0;
+    if (!file->read(buffer, sizeof(buffer), &bytesRead)) {
+        return 12;
+    }
+    if (std::string(buffer, bytesRead) != "source") {
+        return 13;
+    }
+    return file->write("x", 1) ? 14 : 0;
+}
+
+const bool g_readOnlyJobRegistered = [] {
+    platform_test::registerChildJob("read-only-source", readOnlySourceJob);
+    return true;
+}();
+
+TEST_F(CPosixLocalFileTest, UploadSourceThatMayOnlyBeReadOpensForReading) {
+    const std::string path = m_dir.file("source.bin");
+    std::ofstream(path) << "source";
+    ASSERT_EQ(0, chmod(path.c_str(), 0444));
+    ASSERT_EQ(0, chmod(m_dir.path().c_str(), 0755));
+    EXPECT_EQ(0, platform_test::runChildJob("read-only-source", m_dir.path()));
 }
 
 }  // namespace

@@ -13,6 +13,18 @@
 
 namespace vx_transfers {
 
+namespace {
+
+int openRetryingOnSignal(const std::string& path, int flags) {
+    int fd = -1;
+    do {
+        fd = ::open(path.c_str(), flags, 0666);
+    } while (fd < 0 && errno == EINTR);
+    return fd;
+}
+
+}  // namespace
+
 ILocalFile* ILocalFile::create() { return new (std::nothrow) CPosixLocalFile(); }
 
 CPosixLocalFile::~CPosixLocalFile() { close(); }
@@ -30,10 +42,12 @@ bool CPosixLocalFile::open(const std::string& path, int mode) {
         VXT_LOG_ERROR("Local file: unknown open mode " << mode << " for " << path);
         return false;
     }
-    int fd = -1;
-    do {
-        fd = ::open(path.c_str(), flags, 0666);
-    } while (fd < 0 && errno == EINTR);
+    int fd = openRetryingOnSignal(path, flags);
+    if (fd < 0 && mode == MODE_READ_WRITE && (errno == EACCES || errno == EROFS)) {
+        // Channels open every file for reading and writing; an upload source that the user may
+        // only read is still readable, which is all an upload needs.
+        fd = openRetryingOnSignal(path, O_CLOEXEC | O_RDONLY);
+    }
     if (fd < 0) {
         const int error = errno;
         VXT_LOG_ERROR("Local file: cannot open " << path << ": " << std::strerror(error));
