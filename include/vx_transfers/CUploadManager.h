@@ -1,13 +1,17 @@
 #pragma once
 
+#include <memory>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "vx_transfers/CTransferManagerBase.h"
+#include "vx_transfers/dt_error.h"
 #include "vx_transfers/export.h"
 
 namespace vx_transfers {
+
+class CUploadManagerProxy;
 
 // Uploads files into buckets of the service; one group per bucket.
 //
@@ -46,6 +50,66 @@ public:
         // always arrive.
         virtual void onFileStateChanged(CTransferManagerBase::FileState& state) = 0;
     };
+
+    // Restores the groups and files of an earlier run from the database; starts nothing.
+    // Exceptions from the set-up reach the caller.
+    CUploadManager();
+    // Shuts the manager down if the application forgot to.
+    ~CUploadManager() override;
+
+    CUploadManager(const CUploadManager&) = delete;
+    CUploadManager& operator=(const CUploadManager&) = delete;
+
+    // Every operation below may be called from any thread, but never from inside an ICallback
+    // operation. None of them throws; failures are logged and a default result comes back.
+
+    // The live configuration.
+    Configuration& getConfiguration();
+    // minMultipartSize 0 means the default; maxConcurrentTransfers 0 keeps the running limit.
+    // minMultipartSize and verifyUploads apply to groups created afterwards.
+    dt_error setConfiguration(Configuration& configuration);
+    // The new group's id, or -1.
+    int createGroup(std::string& bucketId, std::string& bucketType, std::string& bucketToken,
+                    unsigned long long expirationDate);
+    // The id of the group of this bucket, or -1.
+    int findGroupByBucketId(std::string& bucketId);
+    // Also hands the callback to the groups restored from the database.
+    void subscribeToEvents(ICallback* callback);
+
+    // Adds files to a group. This only posts them to the manager's worker thread, which opens
+    // them later; markQueue() acts at once. Calling markQueue() right after queueFiles() can
+    // therefore mark a group that is still empty: it completes, and the files are refused.
+    // Wait for the group's onGroupStateChanged that follows the files' initialisation (status
+    // GROUP_STATUS_ACTIVE with empty false, or getGroupState() showing the files' bytesTotal)
+    // before marking.
+    void queueFiles(int groupId, std::vector<FileDesc>& files);
+    // Removes files; a file that is moving is removed once its transfers have stopped.
+    void dequeueFile(int groupId, std::vector<FileDesc>& files);
+    // Says that no more files will come; only a marked group completes, and it then tells the
+    // service that the bucket is complete. See queueFiles() for the order of calls.
+    void markQueue(int groupId);
+    void unmarkQueue(int groupId);
+    bool isQueueMarked(int groupId);
+    // DT_INVALID_ARGUMENT for an unknown group.
+    dt_error getGroupState(int groupId, GroupState& state);
+    void pauseGroup(int groupId);
+    // Also the manual retry of a group in error; it resets the count of automatic restarts.
+    void resumeGroup(int groupId);
+    // Stops the group's transfers, aborts them on the service and forgets the group.
+    void cancelGroup(int groupId);
+
+    // Starts the worker: restored and queued work begins, and every group is reported once
+    // through onGroupStateChanged.
+    void startup() override;
+    // Stops the worker and the running transfers; their progress is kept for startup().
+    void shutdown() override;
+    // A hint: transfers are running or waiting for a place.
+    bool hasActiveTransfers();
+    void fetchGroupsInfo(std::vector<GroupState>& states);
+    unsigned int getGroupsCount();
+
+private:
+    std::unique_ptr<CUploadManagerProxy> m_proxy;
 };
 
 }  // namespace vx_transfers
