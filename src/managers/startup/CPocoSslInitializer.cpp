@@ -14,7 +14,11 @@ const char* const kCipherList = "ALL:!ADH:!LOW:!EXP:!MD5:@STRENGTH";
 
 // Poco's uninitializeSSL() also shuts the SSL manager down, which would take the default client
 // context away from every other manager still alive. Only the last initializer does that.
-Poco::FastMutex g_liveMutex;
+// Never destroyed: a manager held in a static object may be destroyed after this file's statics.
+Poco::FastMutex& liveMutex() {
+    static Poco::FastMutex* mutex = new Poco::FastMutex;
+    return *mutex;
+}
 int g_liveCount = 0;
 
 }  // namespace
@@ -33,7 +37,7 @@ CPocoSslInitializer::CPocoSslInitializer()
       m_certificateHandler(new CInvalidCertificateHandler()),
       m_context(new Poco::Net::Context(Poco::Net::Context::CLIENT_USE, "",
                                        Poco::Net::Context::VERIFY_NONE, 9, false, kCipherList)) {
-    Poco::FastMutex::ScopedLock lock(g_liveMutex);
+    Poco::FastMutex::ScopedLock lock(liveMutex());
     Poco::Net::initializeNetwork();
     Poco::Net::initializeSSL();
     Poco::Net::SSLManager::instance().initializeClient(m_keyHandler, m_certificateHandler,
@@ -42,7 +46,7 @@ CPocoSslInitializer::CPocoSslInitializer()
 }
 
 CPocoSslInitializer::~CPocoSslInitializer() {
-    Poco::FastMutex::ScopedLock lock(g_liveMutex);
+    Poco::FastMutex::ScopedLock lock(liveMutex());
     if (--g_liveCount == 0) {
         Poco::Net::uninitializeSSL();
     } else {
