@@ -16,12 +16,17 @@ void CGroupManagerBase::setTransferEngineCallback(ITransferEngineCallback* engin
 }
 
 int CGroupManagerBase::createGroup(GroupInitParams& params) {
-    params.groupId = m_nextGroupId;
+    {
+        Poco::FastMutex::ScopedLock lock(m_listMutex);
+        params.groupId = m_nextGroupId;
+    }
     params.isNew = true;
+    // Made outside the list's lock: the constructor writes to the database.
     ITransferGroup* group = onGroupCreate(params);
     if (group == nullptr) {
         return -1;
     }
+    Poco::FastMutex::ScopedLock lock(m_listMutex);
     m_groups.push_back(GroupPtr(group));
     return m_nextGroupId++;
 }
@@ -42,8 +47,11 @@ void CGroupManagerBase::createGroupsFromDbInfo(void* callback, unsigned long lon
         if (group == nullptr) {
             continue;
         }
-        m_groups.push_back(GroupPtr(group));
-        m_nextGroupId = std::max(m_nextGroupId, info->groupId);
+        {
+            Poco::FastMutex::ScopedLock lock(m_listMutex);
+            m_groups.push_back(GroupPtr(group));
+            m_nextGroupId = std::max(m_nextGroupId, info->groupId);
+        }
         // In this order: the group is paused and holds its counter when its files come in.
         if (info->paused) {
             group->pauseGroup();
@@ -53,10 +61,12 @@ void CGroupManagerBase::createGroupsFromDbInfo(void* callback, unsigned long lon
         group->loadInfoFromDb();
     }
     // Ids above the highest loaded one are free, including those of groups that failed to load.
+    Poco::FastMutex::ScopedLock lock(m_listMutex);
     ++m_nextGroupId;
 }
 
 int CGroupManagerBase::findGroupByBucketId(const std::string& bucketId) {
+    Poco::FastMutex::ScopedLock lock(m_listMutex);
     for (GroupPtr& group : m_groups) {
         std::string groupBucketId;
         group->getBucketId(groupBucketId);
@@ -68,6 +78,11 @@ int CGroupManagerBase::findGroupByBucketId(const std::string& bucketId) {
 }
 
 CGroupManagerBase::GroupPtr CGroupManagerBase::getGroupById(int groupId) {
+    Poco::FastMutex::ScopedLock lock(m_listMutex);
+    return getGroupByIdNoLock(groupId);
+}
+
+CGroupManagerBase::GroupPtr CGroupManagerBase::getGroupByIdNoLock(int groupId) {
     for (GroupPtr& group : m_groups) {
         if (group->getId() == groupId) {
             return group;
@@ -77,12 +92,17 @@ CGroupManagerBase::GroupPtr CGroupManagerBase::getGroupById(int groupId) {
 }
 
 CGroupManagerBase::GroupPtr CGroupManagerBase::getFront() {
+    Poco::FastMutex::ScopedLock lock(m_listMutex);
     return m_groups.empty() ? GroupPtr() : m_groups.front();
 }
 
-void CGroupManagerBase::removeFront() { m_groups.pop_front(); }
+void CGroupManagerBase::removeFront() {
+    Poco::FastMutex::ScopedLock lock(m_listMutex);
+    m_groups.pop_front();
+}
 
 CGroupManagerBase::GroupPtr CGroupManagerBase::findGroupNotInList(GroupList& groups) {
+    Poco::FastMutex::ScopedLock lock(m_listMutex);
     for (GroupPtr& group : m_groups) {
         const bool listed = std::any_of(groups.begin(), groups.end(), [&](const GroupPtr& other) {
             return other.get() == group.get();
@@ -95,8 +115,10 @@ CGroupManagerBase::GroupPtr CGroupManagerBase::findGroupNotInList(GroupList& gro
 }
 
 void CGroupManagerBase::removeGroup(GroupPtr& group) {
-    // The argument may be one of the list's own entries: keep the group alive past the erase.
+    // The argument may be one of the list's own entries: keep the group alive past the erase,
+    // and destroy it, if this was the last reference, after the list's lock is released.
     GroupPtr keep = group;
+    Poco::FastMutex::ScopedLock lock(m_listMutex);
     for (iterator it = m_groups.begin(); it != m_groups.end(); ++it) {
         if (it->get() == keep.get()) {
             m_groups.erase(it);
@@ -113,14 +135,28 @@ void CGroupManagerBase::removeGroup(int groupId) {
 }
 
 void CGroupManagerBase::passCallbackToGroups(void* callback) {
-    for (GroupPtr& group : m_groups) {
+    GroupList groups;
+    getGroups(groups);  // setCallback takes each group's lock: not under the list's
+    for (GroupPtr& group : groups) {
         group->setCallback(callback);
     }
 }
 
-void CGroupManagerBase::removeAll() { m_groups.clear(); }
+void CGroupManagerBase::removeAll() {
+    GroupList groups;
+    {
+        Poco::FastMutex::ScopedLock lock(m_listMutex);
+        groups.swap(m_groups);
+    }
+}
+
+void CGroupManagerBase::getGroups(GroupList& groups) {
+    Poco::FastMutex::ScopedLock lock(m_listMutex);
+    groups.insert(groups.end(), m_groups.begin(), m_groups.end());
+}
 
 bool CGroupManagerBase::isGroupInList(ITransferGroup* group) {
+    Poco::FastMutex::ScopedLock lock(m_listMutex);
     return std::any_of(m_groups.begin(), m_groups.end(),
                        [&](const GroupPtr& entry) { return entry.get() == group; });
 }
@@ -130,6 +166,7 @@ CGroupManagerBase::iterator CGroupManagerBase::begin() { return m_groups.begin()
 CGroupManagerBase::iterator CGroupManagerBase::end() { return m_groups.end(); }
 
 size_t CGroupManagerBase::size() {
+    Poco::FastMutex::ScopedLock lock(m_listMutex);
     size_t count = 0;
     for (iterator it = m_groups.begin(); it != m_groups.end(); ++it) {
         ++count;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <Poco/Mutex.h>
 #include <Poco/SharedPtr.h>
 
 #include <list>
@@ -15,8 +16,9 @@ class CDatabaseDumpAnalyzer;
 class ITransferEngineCallback;
 
 // The registry of the live groups of one direction: makes groups (from the application or the
-// database), hands out ids, finds groups. It takes no lock of its own: the manager proxy's lock
-// guards every call, or the start-up path runs alone.
+// database), hands out ids, finds groups. The manager proxy's lock serialises the application's
+// calls, but the engine's thread removes finished groups without it; so the list has a lock of
+// its own, taken last and never held while calling into a group that locks.
 class CGroupManagerBase {
 public:
     using GroupPtr = Poco::SharedPtr<ITransferGroup>;
@@ -45,7 +47,10 @@ public:
     void removeGroup(int groupId);
     void passCallbackToGroups(void* callback);
     void removeAll();
+    // Appends a copy of the list, safe to walk while the engine removes groups.
+    void getGroups(GroupList& groups);
     bool isGroupInList(ITransferGroup* group);
+    // Only while no other thread can change the list (start-up, tests); else use getGroups.
     iterator begin();
     iterator end();
     size_t size();
@@ -59,6 +64,9 @@ protected:
         CDatabaseDumpAnalyzer& analyzer,
         std::vector<Poco::SharedPtr<CGroupsDbInfoBase::GroupInfo>>& infos) = 0;
 
+    GroupPtr getGroupByIdNoLock(int groupId);
+
+    Poco::FastMutex m_listMutex;  // m_groups and m_nextGroupId
     GroupList m_groups;
     int m_nextGroupId;
     ITransferEngineCallback* m_engineCallback;

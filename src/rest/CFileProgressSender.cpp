@@ -50,6 +50,11 @@ void CFileProgressSender::setSendInterval(unsigned int seconds) {
     m_sendInterval = seconds == 0 ? kDefaultSendIntervalSeconds : seconds;
 }
 
+unsigned int CFileProgressSender::getSendInterval() {
+    Poco::FastMutex::ScopedLock lock(m_mutex);
+    return m_sendInterval;
+}
+
 void CFileProgressSender::setClock(const Clock& clock) {
     Poco::FastMutex::ScopedLock lock(m_mutex);
     m_clock = clock;

@@ -41,6 +41,7 @@ public:
 
     // Minimal time between two reports of one file; 0 means the default of 300 seconds.
     void setSendInterval(unsigned int seconds);
+    unsigned int getSendInterval();
 
     // The first sighting of a file only starts its clock; after that a report goes out once
     // the interval has passed since the last one.

@@ -1,3 +1,5 @@
+#include "CManagersTestEnvironment.h"
+
 #include <Poco/File.h>
 #include <Poco/Path.h>
 #include <Poco/TemporaryFile.h>
@@ -11,29 +13,31 @@ namespace {
 
 // Points the application files folder (and so the log) at a fresh folder for the whole run,
 // before any test can log.
-class CManagersTestEnvironment : public ::testing::Environment {
+class CFolderEnvironment : public ::testing::Environment {
 public:
     void SetUp() override {
-        m_folder = Poco::TemporaryFile::tempName() + "-vxt-managers";
-        Poco::File(m_folder).createDirectories();
+        Poco::File(CManagersTestEnvironment::folder()).createDirectories();
         std::wstring wide;
-        string_convert::StringToWstring(m_folder, wide);
+        string_convert::StringToWstring(CManagersTestEnvironment::folder(), wide);
         CVxTransfersGlobalConfig::getInstance()->setAppFilesPath(wide);
     }
 
     void TearDown() override {
         try {
-            Poco::File(m_folder).remove(true);
+            Poco::File(CManagersTestEnvironment::folder()).remove(true);
         } catch (...) {
         }
     }
-
-private:
-    std::string m_folder;
 };
 
 ::testing::Environment* const g_environment =
-    ::testing::AddGlobalTestEnvironment(new CManagersTestEnvironment);
+    ::testing::AddGlobalTestEnvironment(new CFolderEnvironment);
 
 }  // namespace
+
+const std::string& CManagersTestEnvironment::folder() {
+    static const std::string s_folder = Poco::TemporaryFile::tempName() + "-vxt-managers";
+    return s_folder;
+}
+
 }  // namespace vx_transfers
