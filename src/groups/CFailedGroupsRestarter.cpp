@@ -14,13 +14,19 @@ namespace vx_transfers {
 // m_mtx is defined first so that it outlives the instance destroyed at exit.
 Poco::FastMutex CFailedGroupsRestarter::m_mtx;
 std::unique_ptr<CFailedGroupsRestarter> CFailedGroupsRestarter::m_instPtr;
+unsigned int CFailedGroupsRestarter::m_intervalForNewInstanceSec = kDefaultRestartIntervalSec;
 
 CFailedGroupsRestarter* CFailedGroupsRestarter::getInstance() {
     Poco::FastMutex::ScopedLock lock(m_mtx);
     if (!m_instPtr) {
-        m_instPtr.reset(new (std::nothrow) CFailedGroupsRestarter());
+        m_instPtr.reset(new (std::nothrow) CFailedGroupsRestarter(m_intervalForNewInstanceSec));
     }
     return m_instPtr.get();
+}
+
+void CFailedGroupsRestarter::setIntervalForNewInstance(unsigned int seconds) {
+    Poco::FastMutex::ScopedLock lock(m_mtx);
+    m_intervalForNewInstanceSec = seconds;
 }
 
 CFailedGroupsRestarter::CFailedGroupsRestarter(unsigned int restartIntervalSec,

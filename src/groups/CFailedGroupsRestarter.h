@@ -32,6 +32,9 @@ public:
     // The process-wide instance, made (and its thread started) on first use; null if it could not
     // be allocated.
     static CFailedGroupsRestarter* getInstance();
+    // The interval the process-wide instance is made with. Only an instance made afterwards
+    // sees it; it lets a test shorten the very first wait, which setGroupRestartInterval cannot.
+    static void setIntervalForNewInstance(unsigned int seconds);
 
     // The library uses getInstance(); separate instances, with their own interval and time
     // source, serve tests. The thread starts here.
@@ -61,6 +64,7 @@ private:
 
     static Poco::FastMutex m_mtx;  // the singleton pointer, every table and interval
     static std::unique_ptr<CFailedGroupsRestarter> m_instPtr;
+    static unsigned int m_intervalForNewInstanceSec;
 
     unsigned int m_restartIntervalSec;
     Poco::Thread m_thread;

@@ -879,7 +879,10 @@ void CUploadGroup::prepareErroredUploadsToResume() {
         } else {
             VXT_BLOG_INFO(m_logger,
                           "Upload group: Got NULL file from files list. Initializing it...");
-            if (initNewFileWithErrorEvent(desc, false, true, false, &file)) {
+            // A file made here never passed popFileForUpload, whose preparation gives the file
+            // its memory pool; without it the channels would wait for buffers for ever.
+            if (initNewFileWithErrorEvent(desc, false, true, false, &file) &&
+                prepareFileForUpload(file, desc, false) == DT_SUCCESS) {
                 m_files.SetTransfering(desc.fileUid, file);
                 if (m_engine != nullptr) {
                     m_engine->requestFileAddPaused(file);
