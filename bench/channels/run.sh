@@ -10,25 +10,20 @@
 #   bench/channels/run.sh <build-dir>
 set -euo pipefail
 
+here="$(cd "$(dirname "$0")" && pwd)"
+. "$here/../lib.sh"
+
 build="$(cd "${1:-build}" && pwd)"
 bench_exe="$build/bench/channels/vx_bench_channels"
-nginx_exe=/usr/sbin/nginx
 size_mib="${VXT_BENCH_SIZE_MIB:-1024}"
 rounds="${VXT_BENCH_ROUNDS:-3}"
 throttle_seconds="${VXT_BENCH_THROTTLE_SECONDS:-30}"
 
 [ -x "$bench_exe" ] || { echo "missing $bench_exe (build the vx_bench_channels target)" >&2; exit 1; }
-[ -x "$nginx_exe" ] || { echo "missing $nginx_exe (scripts/install-deps)" >&2; exit 1; }
 
-base_dir=/dev/shm
-[ -d "$base_dir" ] && [ -w "$base_dir" ] || base_dir=/tmp
-work="$(mktemp -d "$base_dir/vxt-bench-channels.XXXXXX")"
-nginx_pid=""
-cleanup() {
-    [ -n "$nginx_pid" ] && kill "$nginx_pid" 2>/dev/null && wait "$nginx_pid" 2>/dev/null
-    rm -rf "$work"
-}
-trap cleanup EXIT
+work="$(bench_workdir channels)"
+bench_work="$work"
+trap bench_cleanup EXIT
 
 size=$((size_mib * 1024 * 1024))
 echo "generating a ${size_mib} MiB file in $work"
@@ -39,59 +34,14 @@ for i in 0 1 2 3; do
         skip=$((i * quarter)) count="$quarter" status=none
 done
 
-# nginx on a free port: retried when another process takes the one picked.
-mkdir -p "$work/nginx/root" "$work/nginx/body" "$work/app"
-for attempt in 1 2 3 4 5; do
-    port=$((20000 + RANDOM % 30000))
-    cat > "$work/nginx/nginx.conf" <<CONF
-daemon off;
-master_process off;
-worker_processes 1;
-pid $work/nginx/nginx.pid;
-error_log $work/nginx/error.log;
-events { worker_connections 64; }
-http {
-    access_log off;
-    client_body_temp_path $work/nginx/body;
-    proxy_temp_path $work/nginx/body;
-    fastcgi_temp_path $work/nginx/body;
-    uwsgi_temp_path $work/nginx/body;
-    scgi_temp_path $work/nginx/body;
-    client_max_body_size 0;
-    server {
-        listen 127.0.0.1:$port;
-        root $work/nginx/root;
-        location / {
-            dav_methods PUT;
-            create_full_put_path on;
-        }
-    }
-}
-CONF
-    "$nginx_exe" -p "$work/nginx/" -e "$work/nginx/error.log" -c "$work/nginx/nginx.conf" &
-    nginx_pid=$!
-    for _ in $(seq 1 100); do
-        curl -s -o /dev/null "http://127.0.0.1:$port/" && break
-        kill -0 "$nginx_pid" 2>/dev/null || break
-        sleep 0.05
-    done
-    if curl -s -o /dev/null "http://127.0.0.1:$port/"; then break; fi
-    wait "$nginx_pid" 2>/dev/null || true
-    nginx_pid=""
-done
-[ -n "$nginx_pid" ] || { echo "nginx did not start: $(cat "$work/nginx/error.log")" >&2; exit 1; }
-nginx="http://127.0.0.1:$port"
+mkdir -p "$work/app"
+bench_start_nginx "$work"
+nginx="$nginx_url"
 
 # Runs a command under /usr/bin/time; appends "wall cpu maxrss_kib" to the file named first.
 measure() {
-    local out="$1"
-    shift
-    /usr/bin/time -f '%e %U %S %M' -o "$work/time.txt" "$@" > "$work/cmd.out" 2>&1 || {
-        echo "failed: $* ($(tail -n 3 "$work/cmd.out"))" >&2
-        return 1
-    }
-    awk '{ printf "%s %.3f %s\n", $1, $2 + $3, $4 }' "$work/time.txt" >> "$out"
-    rm -f "$work"/nginx/root/*
+    bench_measure "$@"
+    rm -f "$nginx_root"/*
 }
 
 # Four curls in parallel, each with a quarter; time counts all of them (they are waited for).
@@ -113,16 +63,13 @@ for round in $(seq 1 "$rounds"); do
     measure "$work/curl4" bash -c "$curl_four" "$work" "$nginx"
 done
 
-median() { sort -g | awk '{ v[NR] = $1 } END { print v[int((NR + 1) / 2)] }'; }
-column() { awk -v c="$2" '{ print $c }' "$1" | median; }
-maximum() { awk -v c="$2" '{ print $c }' "$1" | sort -g | tail -n 1; }
 
 status=0
 compare() {
     local what="$1" ours="$2" theirs="$3"
     local ow oc om tw tc
-    ow="$(column "$ours" 1)" oc="$(column "$ours" 2)" om="$(maximum "$ours" 3)"
-    tw="$(column "$theirs" 1)" tc="$(column "$theirs" 2)"
+    ow="$(bench_column "$ours" 1)" oc="$(bench_column "$ours" 2)" om="$(bench_maximum "$ours" 3)"
+    tw="$(bench_column "$theirs" 1)" tc="$(bench_column "$theirs" 2)"
     awk -v what="$what" -v size="$size" -v ow="$ow" -v oc="$oc" -v om="$om" -v tw="$tw" \
         -v tc="$tc" 'BEGIN {
         gib = size / 1073741824

@@ -137,12 +137,15 @@ bool CDataRoutes::lookupPutTarget(const RouteMatch& match, PutTarget& target, Ht
 
 bool CDataRoutes::checkPutHeaders(const HttpRequest& request, const PutTarget& target,
                                   HttpResponse& error) {
-    if (!request.hasHeader("x-vx-upload-key")) {
-        error = CJson::error(403, "missing x-vx-upload-key");
+    // Parts carry a key of their own, so that a file's single-part headers, which an application
+    // may pass along for every file, never collide with it.
+    const std::string keyHeader = target.partNumber != 0 ? "x-vx-part-key" : "x-vx-upload-key";
+    if (!request.hasHeader(keyHeader)) {
+        error = CJson::error(403, "missing " + keyHeader);
         return false;
     }
-    if (request.header("x-vx-upload-key") != target.uploadKey) {
-        error = CJson::error(403, "wrong x-vx-upload-key");
+    if (request.header(keyHeader) != target.uploadKey) {
+        error = CJson::error(403, "wrong " + keyHeader);
         return false;
     }
     if (target.partNumber != 0) {

@@ -441,7 +441,7 @@ HttpResponse CRestRoutes::initializeMultipart(const HttpRequest& request, const 
             CObjectStore::partKey(bucket->id, file->id, upload.id, part.number), "PUT", expires);
         entry["expires"] = Json::UInt64(expires);
         entry["headers"] = headersJson(
-            {{"x-vx-upload-key", upload.key}, {"x-vx-part-number", std::to_string(part.number)}});
+            {{"x-vx-part-key", upload.key}, {"x-vx-part-number", std::to_string(part.number)}});
         out["partUploadDetails"].append(entry);
     }
     if (!upload.md5.empty()) file->announcedMd5 = upload.md5;

@@ -27,6 +27,13 @@ struct ServiceConfig {
     // Put in front of every REST route, e.g. "/vx" gives /vx/login. Empty or starting with '/'.
     // Data and control routes are not prefixed.
     std::string pathPrefix;
+    // An external data server (e.g. nginx with PUT enabled) for the bytes, while the REST
+    // routes stay here. dataPlaneUrl takes the place of "<root>/data" in every data URL handed
+    // out (single-part and part upload URLs, download redirects); dataPlaneDir is the folder that
+    // server stores PUT bodies in and serves from, where the service then judges, assembles and
+    // hashes uploads. Give both or neither; empty: the service's own data routes and folder.
+    std::string dataPlaneUrl;
+    std::string dataPlaneDir;
     // Lifetime of the signed data URLs handed out, in seconds.
     unsigned int dataUrlLifetimeSeconds = 3600;
     // Lifetime of user tokens and bucket tokens, in seconds.

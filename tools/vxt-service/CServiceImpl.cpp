@@ -32,8 +32,15 @@ CServiceImpl::CServiceImpl(const ServiceConfig& config)
             m_config.pathPrefix = "/" + m_config.pathPrefix;
         }
     }
+    if (m_config.dataPlaneUrl.empty() != m_config.dataPlaneDir.empty()) {
+        throw std::invalid_argument("give both the data plane's URL and its folder, or neither");
+    }
+    if (!m_config.dataPlaneDir.empty()) {
+        m_config.dataPlaneDir = std::filesystem::absolute(m_config.dataPlaneDir).string();
+    }
     prepareDataDir();
     m_store = std::make_unique<CObjectStore>(m_dataDir + "/objects");
+    setDataServer(m_config.dataPlaneUrl, m_config.dataPlaneDir);
 }
 
 CServiceImpl::~CServiceImpl() {
@@ -264,7 +271,8 @@ void CServiceImpl::reset() {
     m_throttle = 0;
     m_log.clear();
     m_store->clear();
-    setDataServer("", "");
+    // A data plane given at start-up is part of the service, not a test's setting.
+    setDataServer(m_config.dataPlaneUrl, m_config.dataPlaneDir);
     m_store->clear();
     resetStats();
 }

@@ -82,7 +82,8 @@ public:
     ServiceStats stats() const;
     void resetStats();
 
-    // Back to a fresh service: no buckets, files, faults, throttle, log or external data server.
+    // Back to a fresh service: no buckets, files, faults, throttle or log, and the data plane of
+    // the configuration (none unless it names one).
     void reset();
 
 private:

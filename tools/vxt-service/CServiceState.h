@@ -23,7 +23,7 @@ struct UploadRecord {
     std::uint64_t size = 0;
     std::string md5;                // announced digest of the whole file, or ""
     std::vector<PartRecord> parts;  // ascending by number, numbers 1..n
-    std::string key;                // value the x-vx-upload-key header must carry
+    std::string key;                // value the parts' x-vx-part-key header must carry
     State state = State::Open;
 };
 

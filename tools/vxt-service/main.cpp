@@ -1,6 +1,9 @@
 // vxt-service: the local web service as a program, for the demo, benchmarks and scripts.
 //   vxt-service --host 127.0.0.1 --port 8080 --data-dir DIR [--user U --password P] [--tls]
 //               [--prefix /vx] [--url-lifetime SECONDS]
+//               [--data-plane-url URL --data-plane-dir DIR]
+// With a data plane, upload and download URLs point at URL (an external server that stores PUT
+// bodies under DIR) while the REST and control routes stay on the service.
 // Prints its REST base URL on one line once it serves requests; stops on SIGINT or SIGTERM.
 #include <signal.h>
 
@@ -14,7 +17,8 @@ namespace {
 
 void usage() {
     std::cerr << "usage: vxt-service [--host H] [--port N] [--data-dir DIR] [--user U]"
-                 " [--password P] [--tls] [--prefix /PATH] [--url-lifetime SECONDS]\n";
+                 " [--password P] [--tls] [--prefix /PATH] [--url-lifetime SECONDS]"
+                 " [--data-plane-url URL --data-plane-dir DIR]\n";
 }
 
 bool parseArguments(int argc, char** argv, vxt_service::ServiceConfig& config) {
@@ -38,6 +42,10 @@ bool parseArguments(int argc, char** argv, vxt_service::ServiceConfig& config) {
             if (!value(config.password)) return false;
         } else if (arg == "--prefix") {
             if (!value(config.pathPrefix)) return false;
+        } else if (arg == "--data-plane-url") {
+            if (!value(config.dataPlaneUrl) || config.dataPlaneUrl.empty()) return false;
+        } else if (arg == "--data-plane-dir") {
+            if (!value(config.dataPlaneDir) || config.dataPlaneDir.empty()) return false;
         } else if (arg == "--port" || arg == "--url-lifetime") {
             if (!value(text) || text.empty() ||
                 text.find_first_not_of("0123456789") != std::string::npos || text.size() > 9) {
@@ -54,7 +62,7 @@ bool parseArguments(int argc, char** argv, vxt_service::ServiceConfig& config) {
             return false;
         }
     }
-    return true;
+    return config.dataPlaneUrl.empty() == config.dataPlaneDir.empty();
 }
 
 }  // namespace
