@@ -127,3 +127,15 @@ bench_column() { awk -v c="$2" '{ print $c }' "$1" | bench_median; }
 bench_maximum() { awk -v c="$2" '{ print $c }' "$1" | sort -g | tail -n 1; }
 
 bench_json_string() { sed -n "s/.*\"$1\":\"\\([^\"]*\\)\".*/\\1/p"; }
+
+# bench_make_source <dir> <bytes>: <dir>/source.bin of random bytes and its four quarters,
+# <dir>/quarter-0.bin .. quarter-3.bin, which the parallel curl runs send.
+bench_make_source() {
+    local dir="$1" bytes="$2" quarter i
+    head -c "$bytes" /dev/urandom > "$dir/source.bin"
+    quarter=$((bytes / 4))
+    for i in 0 1 2 3; do
+        dd if="$dir/source.bin" of="$dir/quarter-$i.bin" bs=1M iflag=skip_bytes,count_bytes \
+            skip=$((i * quarter)) count="$quarter" status=none
+    done
+}

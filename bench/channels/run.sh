@@ -27,12 +27,8 @@ trap bench_cleanup EXIT
 
 size=$((size_mib * 1024 * 1024))
 echo "generating a ${size_mib} MiB file in $work"
-head -c "$size" /dev/urandom > "$work/source.bin"
+bench_make_source "$work" "$size"
 quarter=$((size / 4))
-for i in 0 1 2 3; do
-    dd if="$work/source.bin" of="$work/quarter-$i.bin" bs=1M iflag=skip_bytes,count_bytes \
-        skip=$((i * quarter)) count="$quarter" status=none
-done
 
 mkdir -p "$work/app"
 bench_start_nginx "$work"

@@ -33,12 +33,8 @@ trap bench_cleanup EXIT
 
 size=$((size_mib * 1024 * 1024))
 echo "generating a ${size_mib} MiB file and $many files of 4 KiB in $work"
-head -c "$size" /dev/urandom > "$work/source.bin"
+bench_make_source "$work" "$size"
 quarter=$((size / 4))
-for i in 0 1 2 3; do
-    dd if="$work/source.bin" of="$work/quarter-$i.bin" bs=1M iflag=skip_bytes,count_bytes \
-        skip=$((i * quarter)) count="$quarter" status=none
-done
 mkdir -p "$work/many"
 head -c $((many * 4096)) /dev/urandom > "$work/many.bin"
 split -a 5 -d -b 4096 "$work/many.bin" "$work/many/f-"

@@ -10,14 +10,14 @@
 #include <string>
 
 #include "channels/ITransferChannel.h"
-#include "groups/ITransferGroup.h"
+#include "support/CInertTransferGroup.h"
 
 namespace vx_transfers {
 
 // A group for engine tests. It holds "files" as batches of channels that a test engine pops in
 // order, and it records the resumes that the engine runs on its worker thread, so that a test
 // can use a resume as a barrier: once it has run, every request posted before it has been served.
-class CFakeTransferGroup : public ITransferGroup {
+class CFakeTransferGroup : public vxt_test::CInertTransferGroup {
 public:
     using ChannelList = std::list<Poco::SharedPtr<ITransferChannel>>;
 
@@ -34,29 +34,9 @@ public:
 
     void resumeGroupAsync(bool autoRetry) override;
     int getId() override { return m_id; }
-
-    void pauseGroup() override {}
-    void resumeGroup(bool) override {}
-    void cancelGroup() override {}
-    bool isPaused() override { return false; }
-    void loadInfoFromDb() override {}
-    void setCallback(void*) override {}
     void getBucketId(std::string& bucketId) override {
         bucketId = "bucket-" + std::to_string(m_id);
     }
-    void getBucketToken(std::string& token) override { token.clear(); }
-    void setRetryCounter(unsigned int, bool) override {}
-    void onResume() override {}
-    void updateGroupState(CTransferManagerBase::GroupStatus,
-                          transfer_defs::GroupErrorType) override {}
-    void onPause() override {}
-    ITransferEngineCallback* getEngineCallback() override { return nullptr; }
-    void onRetryCounterChanged() override {}
-    bool isBucketExpired() override { return false; }
-    void updateExpiredFlag() override {}
-    void processError() override {}
-    void unregisterAtRestarter() override {}
-    bool errorIfBucketExpiredFlagSet() override { return true; }
 
 private:
     const int m_id;

@@ -4,12 +4,12 @@
 #include <condition_variable>
 #include <mutex>
 
-#include "groups/ITransferGroup.h"
+#include "support/CInertTransferGroup.h"
 
 namespace vx_transfers {
 
 // A group that only records the resumes asked of it, for tests of what schedules resumes.
-class CRecordingTransferGroup : public ITransferGroup {
+class CRecordingTransferGroup : public vxt_test::CInertTransferGroup {
 public:
     void resumeGroup(bool autoRetry) override {
         std::lock_guard<std::mutex> lock(m_mutex);
@@ -33,28 +33,6 @@ public:
         std::unique_lock<std::mutex> lock(m_mutex);
         return m_resumed.wait_for(lock, timeout, [&] { return m_resumes >= count; });
     }
-
-    void pauseGroup() override {}
-    void cancelGroup() override {}
-    bool isPaused() override { return false; }
-    void loadInfoFromDb() override {}
-    void setCallback(void*) override {}
-    void getBucketId(std::string&) override {}
-    void getBucketToken(std::string&) override {}
-    int getId() override { return 0; }
-    void resumeGroupAsync(bool) override {}
-    void setRetryCounter(unsigned int, bool) override {}
-    void onResume() override {}
-    void updateGroupState(CTransferManagerBase::GroupStatus,
-                          transfer_defs::GroupErrorType) override {}
-    void onPause() override {}
-    ITransferEngineCallback* getEngineCallback() override { return nullptr; }
-    void onRetryCounterChanged() override {}
-    bool isBucketExpired() override { return false; }
-    void updateExpiredFlag() override {}
-    void processError() override {}
-    void unregisterAtRestarter() override {}
-    bool errorIfBucketExpiredFlagSet() override { return true; }
 
 private:
     std::mutex m_mutex;
