@@ -13,7 +13,8 @@
 #   bench_json_string KEY      value of a string key in compact JSON on stdin
 #
 # A script that starts processes of its own lists their PIDs in bench_pids; bench_cleanup (run
-# it from the script's EXIT trap) stops them, stops nginx and removes bench_work.
+# it from the script's EXIT trap) stops them, stops nginx and removes bench_work, unless
+# VXT_BENCH_KEEP=1 asks to keep it (logs, configuration, the last application folder).
 
 nginx_exe=/usr/sbin/nginx
 nginx_pid=""
@@ -43,7 +44,11 @@ bench_cleanup() {
         wait "$pid" 2>/dev/null || true
     done
     bench_stop_nginx
-    [ -n "$bench_work" ] && rm -rf "$bench_work"
+    if [ "${VXT_BENCH_KEEP:-0}" = 1 ]; then
+        echo "kept $bench_work"
+    elif [ -n "$bench_work" ]; then
+        rm -rf "$bench_work"
+    fi
     return 0
 }
 
