@@ -77,11 +77,10 @@ void CFailedGroupsRestarter::run() {
                 return;
             }
             getGroupsToRestartBySchedule(groups);
-        }
-        // Without m_mtx: a group being resumed calls removeFailedGroup.
-        restartAllGroupsInList(groups);
-        {
-            Poco::FastMutex::ScopedLock lock(m_mtx);
+            // Still under m_mtx: a group that is being destroyed takes itself out of the table
+            // first, under this lock, so none dies while its pointer is used here. resumeGroup
+            // only posts to the group's engine, whose queue lock is a leaf.
+            restartAllGroupsInList(groups);
             wait = getTimeToWaitForNextRestart();
             groups.clear();
             if (m_stop) {

@@ -21,7 +21,9 @@ class ITransferGroup;
 //
 // The table holds raw pointers: a group removes itself (removeFailedGroup) when it is resumed by
 // other means, cancelled or destroyed. Callers hold their group's lock, so the order of locks is
-// group, then m_mtx; the worker never calls into a group while it holds m_mtx.
+// group, then m_mtx. The worker calls resumeGroup with m_mtx held, which takes no group lock
+// and only posts a request; so a group being destroyed, which removes itself first, never dies
+// while the worker uses its pointer.
 class CFailedGroupsRestarter : public Poco::Runnable {
 public:
     // Now, in whole seconds since the epoch.
