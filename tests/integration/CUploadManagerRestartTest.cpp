@@ -5,8 +5,10 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <fstream>
 #include <set>
+#include <thread>
 
 #include "integration/CUploadDatabaseReader.h"
 #include "integration/CUploadPipelineFixture.h"
@@ -60,9 +62,20 @@ protected:
                 return stored.size() >= 2;
             },
             kWait, "two stored parts");
+        // The service answers a part before the child has read the answer and recorded the part:
+        // wait (bounded, the child is another process) until the child's database shows one.
+        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+        while (completedParts(u).empty() && std::chrono::steady_clock::now() < deadline) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(5));
+        }
         killChild();
         control().throttleData(0);
 
+        return completedParts(u);
+    }
+
+    // The part numbers that the database records as complete.
+    std::set<std::uint64_t> completedParts(const Upload& u) {
         std::set<std::uint64_t> completed;
         for (const auto& c : CUploadDatabaseReader(m_appDir).channels()) {
             if (c.fileUid == u.fileId && c.state == kStateCompleted) {
