@@ -223,6 +223,14 @@ void CUploadGroup::initFiles(std::vector<CUploadManager::FileDesc>& files) {
             m_state.status = CTransferManagerBase::GROUP_STATUS_ACTIVE;
         }
         for (CUploadManager::FileDesc& desc : files) {
+            // A second entry with the same uid would be found as the first one, whose file object
+            // would then be replaced, and destroyed, while its channels still report to it.
+            if (m_files.FindByFileId(desc.fileUid) != m_files.end()) {
+                VXT_BLOG_WARNING(m_logger, "File with id "
+                                               << desc.fileUid
+                                               << " is already in the group; ignoring it");
+                continue;
+            }
             if (!initNewFileWithErrorEvent(desc, false, true, true, nullptr)) {
                 VXT_BLOG_ERROR(m_logger, "Error happened when adding file with id "
                                              << desc.fileUid << " to group with id " << m_id);

@@ -507,5 +507,21 @@ TEST_F(CUploadGroupTest, MarkedQueueRefusesFilesUntilUnmarked) {
     EXPECT_EQ(2u, m_engine.count(Kind::FilesInitialize));
 }
 
+TEST_F(CUploadGroupTest, FileQueuedAgainWhileInTheGroupIsIgnoredAndKeepsItsFileObject) {
+    auto group = makeGroup();
+    auto files = descs({"a"});
+    group->initFiles(files);
+    auto first = group->popFileForUpload();
+    ASSERT_FALSE(first.isNull());
+    const size_t made = CFakeUploadFileFactory::calls().size();
+    const unsigned long long total = stateOf(*group).bytesTotal;
+
+    // Replacing the running entry's file would destroy it under its channels.
+    group->initFiles(files);
+    EXPECT_EQ(made, CFakeUploadFileFactory::calls().size());
+    EXPECT_EQ(total, stateOf(*group).bytesTotal);
+    EXPECT_TRUE(group->popFileForUpload().isNull());
+}
+
 }  // namespace
 }  // namespace vx_transfers

@@ -1,7 +1,10 @@
 #include "integration/CWatchdog.h"
 
+#include <unistd.h>
+
 #include <cstdio>
 #include <cstdlib>
+#include <string>
 
 namespace vxt_test {
 
@@ -12,6 +15,13 @@ CWatchdog::CWatchdog(std::chrono::milliseconds limit, std::string what) : m_what
             std::fprintf(stderr, "WATCHDOG: %s did not finish within %lld ms; aborting\n",
                          m_what.c_str(), static_cast<long long>(limit.count()));
             std::fflush(stderr);
+            // Where every thread stands is what a hang needs for a diagnosis; gdb is optional.
+            const std::string dump = "command -v gdb >/dev/null && gdb -q -batch -p " +
+                                     std::to_string(::getpid()) +
+                                     " -ex 'thread apply all bt 30' 1>&2";
+            if (std::system(dump.c_str()) != 0) {
+                std::fprintf(stderr, "WATCHDOG: no thread dump\n");
+            }
             std::abort();
         }
     });
