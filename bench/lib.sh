@@ -144,3 +144,13 @@ bench_make_source() {
             skip=$((i * quarter)) count="$quarter" status=none
     done
 }
+
+# A script for `bash -c "$bench_curl_four" DIR URL`: four curls in parallel, each sending one of
+# DIR/quarter-N.bin to URL/four.bin-N; it ends when all have, failing if any failed.
+bench_curl_four='pids=""
+for i in 0 1 2 3; do
+    curl -sf -o /dev/null -T "$0/quarter-$i.bin" "$1/four.bin-$i" & pids="$pids $!"
+done
+status=0
+for p in $pids; do wait $p || status=1; done
+exit $status'

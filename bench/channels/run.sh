@@ -40,14 +40,6 @@ measure() {
     rm -f "$nginx_root"/*
 }
 
-# Four curls in parallel, each with a quarter; time counts all of them (they are waited for).
-curl_four='pids=""
-for i in 0 1 2 3; do
-    curl -sf -o /dev/null -T "$0/quarter-$i.bin" "$1/four.bin-$i" & pids="$pids $!"
-done
-status=0
-for p in $pids; do wait $p || status=1; done
-exit $status'
 
 for round in $(seq 1 "$rounds"); do
     echo "round $round of $rounds"
@@ -56,7 +48,7 @@ for round in $(seq 1 "$rounds"); do
     measure "$work/curl1" curl -sf -o /dev/null -T "$work/source.bin" "$nginx/one.bin"
     measure "$work/ours4" "$bench_exe" --url "$nginx/four.bin" --file "$work/source.bin" \
         --work "$work/app" --channels 4
-    measure "$work/curl4" bash -c "$curl_four" "$work" "$nginx"
+    measure "$work/curl4" bash -c "$bench_curl_four" "$work" "$nginx"
 done
 
 

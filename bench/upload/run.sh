@@ -67,18 +67,11 @@ ours() {
     rm -rf "${nginx_root:?}"/*
 }
 
-curl_four='pids=""
-for i in 0 1 2 3; do
-    curl -sf -o /dev/null -T "$0/quarter-$i.bin" "$1/four.bin-$i" & pids="$pids $!"
-done
-status=0
-for p in $pids; do wait $p || status=1; done
-exit $status'
 
 for round in $(seq 1 "$rounds"); do
     echo "round $round of $rounds"
     ours "$work/big" "$work/source.bin"
-    bench_measure "$work/curl4" bash -c "$curl_four" "$work" "$nginx_url"
+    bench_measure "$work/curl4" bash -c "$bench_curl_four" "$work" "$nginx_url"
     rm -rf "${nginx_root:?}"/*
     ours "$work/many-files" "$work/many"
 done

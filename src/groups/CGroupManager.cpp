@@ -37,11 +37,7 @@ ITransferGroup* CGroupManager::onGroupCreate(CGroupsDbInfoBase::GroupInfo& info,
                                              bool verifyUploads) {
     CGroupsDbInfo::GroupInfo& record = dynamic_cast<CGroupsDbInfo::GroupInfo&>(info);
     CUploadGroup::TransferGroupInitParams params;
-    params.bucketId = record.bucketUid;
-    params.bucketToken = record.bucketToken;
-    params.bucketType = record.bucketType;
-    params.expirationDate = record.expirationDate;
-    params.groupId = record.groupId;
+    params.copyIdentityFrom(record);
     params.callback = callback;
     params.isNew = false;
     params.minMultipartSize = minMultipartSize;

@@ -96,11 +96,7 @@ CUploadGroup::CUploadGroup(TransferGroupInitParams& params)
     m_state.retryCount = m_retryCounter;
     if (params.isNew && !m_groupsInfo.isNull()) {
         CGroupsDbInfo::GroupInfo info;
-        info.bucketUid = params.bucketId;
-        info.bucketToken = params.bucketToken;
-        info.bucketType = params.bucketType;
-        info.expirationDate = params.expirationDate;
-        info.groupId = params.groupId;
+        params.copyIdentityTo(info);
         info.paused = false;
         info.marked = false;
         info.retryCount = m_retryCounter;

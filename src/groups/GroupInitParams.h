@@ -2,6 +2,8 @@
 
 #include <string>
 
+#include "db/CGroupsDbInfoBase.h"
+
 namespace vx_transfers {
 
 // What it takes to make a group. The registry fills in groupId and isNew; each direction's group
@@ -16,6 +18,23 @@ struct GroupInitParams {
     int groupId = 0;
     void* callback = nullptr;  // the manager's ICallback of the group's direction; may be null
     bool isNew = true;         // false for a group restored from the database
+
+    // The bucket's identity between these parameters and a stored group record; both
+    // directions' tables share these columns.
+    void copyIdentityFrom(const CGroupsDbInfoBase::GroupInfo& record) {
+        bucketId = record.bucketUid;
+        bucketToken = record.bucketToken;
+        bucketType = record.bucketType;
+        expirationDate = record.expirationDate;
+        groupId = record.groupId;
+    }
+    void copyIdentityTo(CGroupsDbInfoBase::GroupInfo& record) const {
+        record.bucketUid = bucketId;
+        record.bucketToken = bucketToken;
+        record.bucketType = bucketType;
+        record.expirationDate = expirationDate;
+        record.groupId = groupId;
+    }
 };
 
 }  // namespace vx_transfers
