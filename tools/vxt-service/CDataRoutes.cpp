@@ -347,8 +347,8 @@ void CDataRoutes::get(const HttpRequest& request, const RouteMatch& match, const
     bool cut =
         fault.action == FaultAction::CloseAfterHeaders || fault.action == FaultAction::TruncateBody;
     bool keepAlive = request.keepAlive && !cut;
+    result.answering(status);
     io.write(CResponseWriter::head(status, headers, length, "application/octet-stream", keepAlive));
-    result.status = status;
     result.close = !keepAlive;
     if (request.method == "HEAD" || fault.action == FaultAction::CloseAfterHeaders) return;
     std::uint64_t toSend = length;

@@ -141,8 +141,13 @@ void CHttpConnection::serveRouted(HttpRequest& request, const RouteMatch& match,
     entry.headers = request.headers;
     std::uint64_t seq = m_service.log().begin(entry);
     FaultRule fault = m_service.faults().take(match.name, request.method, request.target);
+    bool rest = match.kind != RouteMatch::Kind::Data;
+    result.onAnswer = [&](const ExchangeResult& answered) {
+        m_service.log().answer(seq, answered.status, answered.bodyBytes,
+                               rest ? request.body : std::string());
+    };
     auto finish = [&] {
-        bool rest = match.kind != RouteMatch::Kind::Data;
+        result.onAnswer = nullptr;
         m_service.log().finish(seq, result.status, result.bodyBytes, result.responseBodyBytes,
                                rest ? request.body : std::string(), fault.active());
     };

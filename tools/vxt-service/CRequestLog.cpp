@@ -34,6 +34,20 @@ RequestLogEntry* CRequestLog::findNoLock(std::uint64_t seq) {
     return index < m_entries.size() ? &m_entries[index] : nullptr;
 }
 
+void CRequestLog::answer(std::uint64_t seq, int status, std::uint64_t bodyBytes,
+                         const std::string& body) {
+    {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        RequestLogEntry* entry = findNoLock(seq);
+        if (entry == nullptr) return;
+        entry->status = status;
+        entry->bodyBytes = bodyBytes;
+        entry->body = body.size() > kMaxBodyKept ? body.substr(0, kMaxBodyKept) : body;
+        ++m_version;
+    }
+    m_changed.notify_all();
+}
+
 void CRequestLog::finish(std::uint64_t seq, int status, std::uint64_t bodyBytes,
                          std::uint64_t responseBodyBytes, const std::string& body, bool faulted) {
     {

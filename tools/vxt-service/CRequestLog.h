@@ -48,6 +48,8 @@ public:
 
     // Adds an entry (seq and startMicros are assigned) and returns its seq.
     std::uint64_t begin(RequestLogEntry entry);
+    // Records the status and request body of an entry whose answer is about to go out.
+    void answer(std::uint64_t seq, int status, std::uint64_t bodyBytes, const std::string& body);
     // Completes an entry with what happened.
     void finish(std::uint64_t seq, int status, std::uint64_t bodyBytes,
                 std::uint64_t responseBodyBytes, const std::string& body, bool faulted);

@@ -29,9 +29,9 @@ void CResponseWriter::send(CConnectionIo& io, const HttpResponse& response, bool
     bool cut =
         fault.action == FaultAction::CloseAfterHeaders || fault.action == FaultAction::TruncateBody;
     keepAlive = keepAlive && !response.close && !cut;
+    result.answering(response.status);
     io.write(head(response.status, response.headers, response.body.size(),
                   response.body.empty() ? std::string() : response.contentType, keepAlive));
-    result.status = response.status;
     result.close = !keepAlive;
     if (headOnly || fault.action == FaultAction::CloseAfterHeaders) return;
     std::size_t length = response.body.size();

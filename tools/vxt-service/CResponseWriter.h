@@ -3,6 +3,7 @@
 #define VXT_SERVICE_CRESPONSEWRITER_H
 
 #include <cstdint>
+#include <functional>
 #include <string>
 
 #include "vxt-service/CConnectionIo.h"
@@ -17,6 +18,15 @@ struct ExchangeResult {
     std::uint64_t bodyBytes = 0;
     std::uint64_t responseBodyBytes = 0;
     bool close = false;
+    // Called just before a response head goes out, so that whoever reads the request log after
+    // seeing the answer finds its status and request body already recorded.
+    std::function<void(const ExchangeResult&)> onAnswer;
+
+    // Records the status about to be sent and tells onAnswer.
+    void answering(int answerStatus) {
+        status = answerStatus;
+        if (onAnswer) onAnswer(*this);
+    }
 };
 
 class CResponseWriter {
