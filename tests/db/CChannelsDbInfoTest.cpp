@@ -4,8 +4,9 @@
 #include <string>
 #include <vector>
 
+#include "CDbTestFolder.h"
 #include "CFreshDatabaseFixture.h"
-#include "CLogFileTail.h"
+#include "support/CLogFileTail.h"
 
 namespace vx_transfers {
 namespace {
@@ -130,7 +131,7 @@ TEST_F(CChannelsDbInfoTest, DownloadChannelSurvivesRoundTripAndModifyState) {
 TEST_F(CChannelsDbInfoTest, PrimaryKeyCollisionsAreLoggedOnceEachAndFirstRowsStand) {
     m_db->getChannelsInfo()->insert(uploadChannel("f", 0, {{"a", "first"}}));
     m_db->getDownloadChannelsInfo()->insert(downloadChannel("d", 0));
-    CLogFileTail log;
+    CLogFileTail log(CDbTestFolder::logFilePath());
 
     // The second upload channel collides on header "a" only; header "b" still goes in.
     EXPECT_NO_THROW(

@@ -11,8 +11,9 @@
 #include <tuple>
 #include <vector>
 
+#include "CDbTestFolder.h"
 #include "CFreshDatabaseFixture.h"
-#include "CLogFileTail.h"
+#include "support/CLogFileTail.h"
 
 namespace vx_transfers {
 namespace {
@@ -135,7 +136,7 @@ TEST_F(CDatabaseConcurrencyTest, SixTablesHammeredFromManyThreadsStayConsistent)
     std::vector<Expected> expected(kWriters);
     int halfChannels = 0;
     int reads = 0;
-    CLogFileTail log;
+    CLogFileTail log(CDbTestFolder::logFilePath());
 
     std::vector<std::thread> threads;
     for (int worker = 0; worker < kWriters; ++worker) {

@@ -19,9 +19,9 @@
 
 #include "CDatabaseTestAccess.h"
 #include "CDbTestFolder.h"
-#include "CLogFileTail.h"
 #include "db/CDatabase.h"
 #include "db/CDatabaseDumpAnalyzer.h"
+#include "support/CLogFileTail.h"
 
 extern char** environ;
 
@@ -274,7 +274,7 @@ protected:
                               std::vector<std::string>* warnings = nullptr) {
         CDbTestFolder::useAppFilesPath(m_folder);
         CDatabaseTestAccess::close();
-        CLogFileTail log;
+        CLogFileTail log(CDbTestFolder::logFilePath());
         ASSERT_NE(CDatabase::getInstance(), nullptr);
         ASSERT_TRUE(CDatabaseTestAccess::hasSession());
         EXPECT_TRUE(log.texts("Error").empty());

@@ -6,9 +6,10 @@
 #include <string>
 #include <vector>
 
+#include "CDbTestFolder.h"
 #include "CFreshDatabaseFixture.h"
-#include "CLogFileTail.h"
 #include "db/CDatabaseDumpAnalyzer.h"
+#include "support/CLogFileTail.h"
 
 namespace vx_transfers {
 namespace {
@@ -88,7 +89,7 @@ protected:
 };
 
 TEST_F(CDatabaseDumpAnalyzerTest, EmptyDatabaseSkipsValidationWithOneLine) {
-    CLogFileTail log;
+    CLogFileTail log(CDbTestFolder::logFilePath());
 
     m_analyzer->loadUploadData();
 
@@ -102,7 +103,7 @@ TEST_F(CDatabaseDumpAnalyzerTest, EmptyDatabaseSkipsValidationWithOneLine) {
 TEST_F(CDatabaseDumpAnalyzerTest, GroupsAloneSkipValidationAndSurvive) {
     addUploadGroup(1);
     addUploadGroup(2);
-    CLogFileTail log;
+    CLogFileTail log(CDbTestFolder::logFilePath());
 
     m_analyzer->loadUploadData();
 
@@ -118,7 +119,7 @@ TEST_F(CDatabaseDumpAnalyzerTest, FileOfMissingGroupGoesWithItsChannelsInOneStar
     addUploadChannel("good", 0);
     addUploadChannel("zombie", 0);
     addUploadChannel("zombie", 4096);
-    CLogFileTail log;
+    CLogFileTail log(CDbTestFolder::logFilePath());
 
     m_analyzer->loadUploadData();
 
@@ -150,7 +151,7 @@ TEST_F(CDatabaseDumpAnalyzerTest, OrphanChannelsAreDeletedWhileGoodOnesStay) {
     addUploadChannel("good", 1048576);
     addUploadChannel("orphan", 0);
     addUploadChannel("orphan", 1048576);
-    CLogFileTail log;
+    CLogFileTail log(CDbTestFolder::logFilePath());
 
     m_analyzer->loadUploadData();
 
@@ -174,7 +175,7 @@ TEST_F(CDatabaseDumpAnalyzerTest, DownloadZombiesGoAndGoodRowsStay) {
     addDownloadChannel("good", 0);
     addDownloadChannel("zombie", 0);
     addDownloadChannel("orphan", 0);
-    CLogFileTail log;
+    CLogFileTail log(CDbTestFolder::logFilePath());
 
     m_analyzer->loadDownloadData();
 
@@ -209,7 +210,7 @@ TEST_F(CDatabaseDumpAnalyzerTest, ValidDataLogsThatAllIsValid) {
     addUploadChannel("a", 0);
     addDownloadGroup(1);
     addDownloadFile("b", 1);
-    CLogFileTail log;
+    CLogFileTail log(CDbTestFolder::logFilePath());
 
     m_analyzer->loadUploadData();
     m_analyzer->loadDownloadData();

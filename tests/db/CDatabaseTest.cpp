@@ -7,9 +7,10 @@
 #include <string>
 #include <vector>
 
+#include "CDbTestFolder.h"
 #include "CFreshDatabaseFixture.h"
-#include "CLogFileTail.h"
 #include "db/db_query_helper.h"
+#include "support/CLogFileTail.h"
 
 namespace vx_transfers {
 namespace {
@@ -152,7 +153,7 @@ TEST_F(CDatabaseTest, UnwritableFolderGivesNullTablesAndOneErrorLine) {
     writeFile(CDbTestFolder::path() + "/blocker", "a file, not a folder");
     CDbTestFolder::useAppFilesPath(CDbTestFolder::path() + "/blocker/app");
     CDatabaseTestAccess::close();
-    CLogFileTail log;
+    CLogFileTail log(CDbTestFolder::logFilePath());
 
     CDatabase* db = nullptr;
     EXPECT_NO_THROW(db = CDatabase::getInstance());
@@ -191,7 +192,7 @@ TEST_F(CDatabaseTest, FileThatIsNotADatabaseIsMovedAsideAndReplaced) {
     CDatabaseTestAccess::close();
     const std::string garbage(10000, 'x');
     writeFile(dbPath(), garbage);
-    CLogFileTail log;
+    CLogFileTail log(CDbTestFolder::logFilePath());
 
     m_db = CDatabase::getInstance();
 
@@ -225,7 +226,7 @@ TEST_F(CDatabaseTest, DatabaseFailingItsIntegrityCheckIsMovedAsideAndReplaced) {
         image[i] = static_cast<char>(0xA5 ^ (i * 31));
     }
     writeFile(dbPath(), image);
-    CLogFileTail log;
+    CLogFileTail log(CDbTestFolder::logFilePath());
 
     m_db = CDatabase::getInstance();
 
@@ -243,7 +244,7 @@ TEST_F(CDatabaseTest, SoundDatabaseIsReopenedWithItsRowsAndNoWarning) {
     CGroupsDbInfo::GroupInfo group;
     group.groupId = 5;
     m_db->getGroupsInfo()->insert(group);
-    CLogFileTail log;
+    CLogFileTail log(CDbTestFolder::logFilePath());
 
     reopen();
 

@@ -5,8 +5,9 @@
 #include <string>
 #include <vector>
 
+#include "CDbTestFolder.h"
 #include "CFreshDatabaseFixture.h"
-#include "CLogFileTail.h"
+#include "support/CLogFileTail.h"
 
 namespace vx_transfers {
 namespace {
@@ -128,7 +129,7 @@ TEST_F(CDbTableTest, EveryFailedStatementLogsItsWordsOnceAndReturns) {
     };
     for (size_t i = 0; i < cases.size(); ++i) {
         SCOPED_TRACE(std::to_string(i) + ": " + cases[i].words);
-        CLogFileTail log;
+        CLogFileTail log(CDbTestFolder::logFilePath());
 
         EXPECT_NO_THROW(cases[i].action(*m_db));
 
@@ -142,7 +143,7 @@ TEST_F(CDbTableTest, EveryFailedStatementLogsItsWordsOnceAndReturns) {
 }
 
 TEST_F(CDbTableTest, BulkRemovesOfAnEmptySetRunNoStatement) {
-    CLogFileTail log;
+    CLogFileTail log(CDbTestFolder::logFilePath());
 
     m_db->getFilesInfo()->remove(std::set<std::string>());
     m_db->getChannelsInfo()->remove(std::set<std::string>());

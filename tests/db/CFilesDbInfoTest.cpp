@@ -4,8 +4,9 @@
 #include <string>
 #include <vector>
 
+#include "CDbTestFolder.h"
 #include "CFreshDatabaseFixture.h"
-#include "CLogFileTail.h"
+#include "support/CLogFileTail.h"
 
 namespace vx_transfers {
 namespace {
@@ -93,7 +94,7 @@ TEST_F(CFilesDbInfoTest, SetUploadIdChangesOnlyThatFile) {
 
 TEST_F(CFilesDbInfoTest, IsFileWithIdInDbAnswersWithoutLogging) {
     m_db->getFilesInfo()->insert(uploadDesc("present"), 1);
-    CLogFileTail log;
+    CLogFileTail log(CDbTestFolder::logFilePath());
 
     EXPECT_TRUE(m_db->getFilesInfo()->isFileWithIdInDb("present"));
     EXPECT_FALSE(m_db->getFilesInfo()->isFileWithIdInDb("absent"));
@@ -104,7 +105,7 @@ TEST_F(CFilesDbInfoTest, IsFileWithIdInDbAnswersWithoutLogging) {
 TEST_F(CFilesDbInfoTest, SecondFileWithSameUidIsLoggedOnceAndFirstStands) {
     m_db->getFilesInfo()->insert(uploadDesc("dup"), 1);
     m_db->getDownloadFilesInfo()->insert(downloadDetails("dup"), 1, L"a.dl");
-    CLogFileTail log;
+    CLogFileTail log(CDbTestFolder::logFilePath());
 
     EXPECT_NO_THROW(m_db->getFilesInfo()->insert(uploadDesc("dup"), 2));
     EXPECT_NO_THROW(m_db->getDownloadFilesInfo()->insert(downloadDetails("dup"), 2, L"b.dl"));
@@ -162,7 +163,7 @@ TEST_F(CFilesDbInfoTest, BulkRemoveDeletesExactlyTheListedFilesOfBothDirections)
             m_db->getFilesInfo()->insert(uploadDesc(uid), 1);
             m_db->getDownloadFilesInfo()->insert(downloadDetails(uid), 1, L"t");
         }
-        CLogFileTail log;
+        CLogFileTail log(CDbTestFolder::logFilePath());
 
         m_db->getFilesInfo()->remove(c.removed);
         m_db->getDownloadFilesInfo()->remove(c.removed);

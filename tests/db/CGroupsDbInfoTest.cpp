@@ -2,8 +2,9 @@
 
 #include <vector>
 
+#include "CDbTestFolder.h"
 #include "CFreshDatabaseFixture.h"
-#include "CLogFileTail.h"
+#include "support/CLogFileTail.h"
 
 namespace vx_transfers {
 namespace {
@@ -132,7 +133,7 @@ TEST_F(CGroupsDbInfoTest, SecondGroupWithSameIdIsLoggedOnceAndFirstStands) {
     m_db->getGroupsInfo()->insert(first);
     m_db->getDownloadGroupsInfo()->insert(firstDownload);
 
-    CLogFileTail log;
+    CLogFileTail log(CDbTestFolder::logFilePath());
     EXPECT_NO_THROW(m_db->getGroupsInfo()->insert(second));
     EXPECT_NO_THROW(m_db->getDownloadGroupsInfo()->insert(secondDownload));
 

@@ -5,8 +5,9 @@
 
 #include "CGroupTestBase.h"
 #include "db/CDatabaseTestAccess.h"
-#include "db/CLogFileTail.h"
+#include "db/CDbTestFolder.h"
 #include "groups/CUploadGroup.h"
+#include "support/CLogFileTail.h"
 
 namespace vx_transfers {
 namespace {
@@ -67,7 +68,7 @@ TEST_F(CUploadGroupTest, OnlyFileFailingAtInitFilesTurnsTheGroupToErrorAndRegist
     });
     auto group = makeGroup();
     EXPECT_EQ("0", groupColumn(0, "RetryCount"));
-    CLogFileTail tail;
+    CLogFileTail tail(CDbTestFolder::logFilePath());
     auto files = descs({"f1"});
     group->initFiles(files);
 
@@ -150,7 +151,7 @@ TEST_F(CUploadGroupTest, TwoFailuresWithinTheGateAreBothReportedWhileProgressBet
     ASSERT_FALSE(group->popFileForUpload().isNull());
     ASSERT_FALSE(group->popFileForUpload().isNull());
     m_callback.clear();
-    CLogFileTail tail;
+    CLogFileTail tail(CDbTestFolder::logFilePath());
 
     const auto start = std::chrono::steady_clock::now();
     report(*group, "a", CTransferManagerBase::FILE_STATUS_TRANSFERRING, 10, 10);
@@ -210,7 +211,7 @@ TEST_F(CUploadGroupTest, CompletionIsSentAtMostTwiceAndAFailureLeavesTheGroupInE
             service().control().injectFault(fault);
         }
         auto group = makeGroup(c.refusals);
-        CLogFileTail tail;
+        CLogFileTail tail(CDbTestFolder::logFilePath());
         group->markQueue(false);  // empty: completes at once
 
         const auto last = m_callback.lastGroupState();
@@ -249,7 +250,7 @@ TEST_F(CUploadGroupTest, TenthAutomaticRetryIsTheLastThenTheGroupPausesUntilResu
     group->setRetryCounter(9, true);
     EXPECT_EQ("9", groupColumn(0, "RetryCount"));
     {
-        CLogFileTail tail;
+        CLogFileTail tail(CDbTestFolder::logFilePath());
         report(*group, "f1", CTransferManagerBase::FILE_STATUS_ERROR, 0);
         EXPECT_EQ(CTransferManagerBase::GROUP_STATUS_ERROR, m_callback.lastGroupState().status);
         EXPECT_EQ(10u, m_callback.lastGroupState().retryCount);
@@ -265,7 +266,7 @@ TEST_F(CUploadGroupTest, TenthAutomaticRetryIsTheLastThenTheGroupPausesUntilResu
     EXPECT_EQ(1u, m_engine.requests(Kind::UploadResume)[0].files.size());
     EXPECT_EQ("10", groupColumn(0, "RetryCount"));
     {
-        CLogFileTail tail;
+        CLogFileTail tail(CDbTestFolder::logFilePath());
         report(*group, "f1", CTransferManagerBase::FILE_STATUS_ERROR, 0);
         EXPECT_EQ(0u, tail.countStartingWith("Information", kRegistered));
         EXPECT_EQ(1u, tail.countStartingWith(

@@ -3,9 +3,10 @@
 #include <string>
 #include <vector>
 
-#include "CManagersLogTail.h"
+#include "CManagersTestEnvironment.h"
 #include "managers/CSleepPreventerCounterProxy.h"
 #include "platform/porting/ISleepPreventer.h"
+#include "support/CLogFileTail.h"
 
 namespace vx_transfers {
 namespace {
@@ -42,7 +43,7 @@ private:
 TEST(CSleepPreventerCounterProxyTest, TwoIncrementsAndTwoDecrementsStartAndStopOnce) {
     PreventerCalls calls;
     CSleepPreventerCounterProxy proxy(new CRecordingPreventer(calls));
-    CManagersLogTail log;
+    CLogFileTail log(CManagersTestEnvironment::logFilePath());
 
     proxy.sleepCounterIncrement();
     proxy.sleepCounterIncrement();
@@ -73,7 +74,7 @@ TEST(CSleepPreventerCounterProxyTest, PlatformFailuresAreLoggedAndTheCounterMove
     calls.startSucceeds = false;
     calls.stopSucceeds = false;
     CSleepPreventerCounterProxy proxy(new CRecordingPreventer(calls));
-    CManagersLogTail log;
+    CLogFileTail log(CManagersTestEnvironment::logFilePath());
 
     proxy.sleepCounterIncrement();
     EXPECT_EQ(proxy.getCounter(), 1u);

@@ -6,7 +6,6 @@
 #include <string>
 #include <vector>
 
-#include "CManagersLogTail.h"
 #include "CManagersTestEnvironment.h"
 #include "db/CDatabase.h"
 #include "db/CDatabaseTestAccess.h"
@@ -15,6 +14,7 @@
 #include "managers/startup/CSingleton.h"
 #include "platform/porting/string_convert.h"
 #include "rest/CFileProgressSender.h"
+#include "support/CLogFileTail.h"
 #include "vx_transfers/CUploadManager.h"
 #include "vx_transfers/CVxTransfersGlobalConfig.h"
 
@@ -63,7 +63,7 @@ protected:
 
 TEST_F(CUploadManagerTest, UnknownGroupIdsAreLoggedAsWarningsAndOtherwiseIgnored) {
     CUploadManager manager;
-    CManagersLogTail log;
+    CLogFileTail log(CManagersTestEnvironment::logFilePath());
     std::vector<CUploadManager::FileDesc> files(1);
     files[0].fileUid = "uid";
 
@@ -92,7 +92,7 @@ TEST_F(CUploadManagerTest, UnknownGroupIdsAreLoggedAsWarningsAndOtherwiseIgnored
 
 TEST_F(CUploadManagerTest, GroupStateOfAnUnknownGroupIsRefusedAndLeavesTheRecordAlone) {
     CUploadManager manager;
-    CManagersLogTail log;
+    CLogFileTail log(CManagersTestEnvironment::logFilePath());
     CUploadManager::GroupState state;
     state.bucketId = "untouched";
     state.groupId = 77;
@@ -108,7 +108,7 @@ TEST_F(CUploadManagerTest, GroupStateOfAnUnknownGroupIsRefusedAndLeavesTheRecord
 
 TEST_F(CUploadManagerTest, GroupIdsCountFromZeroAndGroupsAreFoundByBucket) {
     CUploadManager manager;
-    CManagersLogTail log;
+    CLogFileTail log(CManagersTestEnvironment::logFilePath());
 
     EXPECT_EQ(createGroup(manager, "bucket-a"), 0);
     EXPECT_EQ(createGroup(manager, "bucket-b"), 1);
@@ -153,7 +153,7 @@ TEST_F(CUploadManagerTest, SetConfigurationNormalisesTheSizeAndKeepsTheEnginesLi
     config.maxConcurrentTransfers = 0;
     config.minMultipartSize = 0;
     config.maxTransferRetries = 0;
-    CManagersLogTail log;
+    CLogFileTail log(CManagersTestEnvironment::logFilePath());
     ASSERT_EQ(proxy.setConfiguration(config), DT_SUCCESS);
 
     EXPECT_EQ(proxy.getConfiguration().maxConcurrentTransfers, 0u);
@@ -252,7 +252,7 @@ TEST_F(CUploadManagerTest, ActiveTransfersEventStepsTheSleepCounterOnlyWhilePrev
 
 TEST_F(CUploadManagerTest, StopsPostedBeforeStartupEndTheWorkerThatStartupStarts) {
     CUploadManagerProxy proxy;
-    CManagersLogTail log;
+    CLogFileTail log(CManagersTestEnvironment::logFilePath());
 
     proxy.shutdown();
     proxy.shutdown();

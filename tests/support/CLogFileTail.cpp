@@ -2,8 +2,8 @@
 
 #include <fstream>
 #include <sstream>
+#include <utility>
 
-#include "CDbTestFolder.h"
 #include "platform/Log.h"
 
 namespace vx_transfers {
@@ -17,7 +17,7 @@ long long fileSize(const std::string& path) {
 
 }  // namespace
 
-CLogFileTail::CLogFileTail() : m_path(CDbTestFolder::logFilePath()), m_start(0) {
+CLogFileTail::CLogFileTail(std::string logPath) : m_path(std::move(logPath)), m_start(0) {
     // Makes sure that the logger exists and has its file open before the mark is taken.
     VXT_LOG_INFO("-- log mark --");
     m_start = fileSize(m_path);
@@ -56,6 +56,14 @@ size_t CLogFileTail::countStartingWith(const std::string& level, const std::stri
         count += text.compare(0, prefix.size(), prefix) == 0 ? 1 : 0;
     }
     return count;
+}
+
+size_t CLogFileTail::count(const std::string& level, const std::string& text) const {
+    size_t n = 0;
+    for (const std::string& line : texts(level)) {
+        n += line == text ? 1 : 0;
+    }
+    return n;
 }
 
 }  // namespace vx_transfers
