@@ -24,16 +24,6 @@
 
 namespace vx_transfers {
 
-namespace {
-
-std::string narrowOf(const std::wstring& wide) {
-    std::string narrow;
-    string_convert::WStringToString(wide, narrow);
-    return narrow;
-}
-
-}  // namespace
-
 CUploadFileBase::CUploadFileBase()
     : sendAsyncProgress(this, &CUploadFileBase::sendAsyncProgressImpl),
       m_parentGroup(nullptr),
@@ -102,8 +92,8 @@ dt_error CUploadFileBase::initializeNoDb() {
         }
         VXT_BLOG_INFO(m_logger, "Initializing upload of a file with id "
                                     << m_fileDesc.fileUid
-                                    << ". File path: " << narrowOf(m_filePath));
-        m_fileSize = Poco::File(narrowOf(m_filePath)).getSize();
+                                    << ". File path: " << string_convert::toNarrow(m_filePath));
+        m_fileSize = Poco::File(string_convert::toNarrow(m_filePath)).getSize();
         m_progressTracker.Start(m_fileSize);
         return DT_SUCCESS;
     } catch (const std::exception& e) {
@@ -125,7 +115,7 @@ void CUploadFileBase::loggerConfigure(CUploadGroup* group, const std::string& ui
 void CUploadFileBase::convertFileDescUrlToPath() {
     // The description keeps the bookmark; only the path is resolved.
     std::wstring url = m_fileDesc.fileUrl;
-    std::string narrow = narrowOf(url);
+    std::string narrow = string_convert::toNarrow(url);
     const Poco::URI uri(narrow);
     if (uri.getScheme() == "bookmark") {
         VXT_BLOG_INFO(m_logger, "Resolving bookmark: " << narrow);
@@ -177,7 +167,7 @@ Poco::SharedPtr<ITransferChannel> CUploadFileBase::createChannel(
 
 unsigned long long CUploadFileBase::getFileSizeInternal() {
     try {
-        return Poco::File(narrowOf(m_filePath)).getSize();
+        return Poco::File(string_convert::toNarrow(m_filePath)).getSize();
     } catch (const std::exception& e) {
         VXT_BLOG_ERROR(m_logger, "Exception caught when accessing the file: " << e.what());
         return static_cast<unsigned long long>(-1);

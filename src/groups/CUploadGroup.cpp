@@ -37,12 +37,6 @@ constexpr Poco::Timestamp::TimeDiff kEventIntervalUs = 250000;
 // How long one wait for a rebuilt entry lasts before a warning is logged.
 constexpr long kFileRemovedWaitMs = 2000;
 
-std::string narrow(const std::wstring& wide) {
-    std::string out;
-    string_convert::WStringToString(wide, out);
-    return out;
-}
-
 // Totals, percent, speed and ETA of the group from its ledger; fills in the ledger's cached total
 // when it is not known. A ledger of files of size 0 only is as good as done: with
 // percentOfZeroSizedFiles it shows 100.
@@ -123,7 +117,7 @@ CUploadGroup::~CUploadGroup() {
 
 unsigned long long CUploadGroup::getSizeOfFileByUrl(const std::wstring& url) {
     try {
-        const std::string narrowUrl = narrow(url);
+        const std::string narrowUrl = string_convert::toNarrow(url);
         Poco::URI uri(narrowUrl);
         std::string path;
         std::unique_ptr<IOSResource> resource;
@@ -135,7 +129,7 @@ unsigned long long CUploadGroup::getSizeOfFileByUrl(const std::wstring& url) {
         } else {
             std::wstring widePath;
             FileUrlToFilePath(url, widePath);
-            path = narrow(widePath);
+            path = string_convert::toNarrow(widePath);
         }
         const unsigned long long size = Poco::File(path).getSize();
         VXT_LOG_INFO("getSizeOfFileByUrl"
@@ -275,8 +269,8 @@ dt_error CUploadGroup::initNewFileInQueue(CUploadManager::FileDesc& desc, bool a
                                           FilePtr* out) {
     unsigned long long size = getSizeOfFileByUrl(desc.fileUrl);
     if (size == kUnknownSize) {
-        VXT_BLOG_WARNING(m_logger,
-                         "Unable to calculate size of file using URL: " << narrow(desc.fileUrl));
+        VXT_BLOG_WARNING(m_logger, "Unable to calculate size of file using URL: "
+                                       << string_convert::toNarrow(desc.fileUrl));
         size = kSizeWhenUnknown;
     }
     FilePtr file(CUploadFileFactory::create(m_minMultipartSize, size));

@@ -326,10 +326,8 @@ void CUploadManagerProxy::updateProgressSenderConfig() {
 
 void CUploadManagerProxy::logFileDescVector(std::vector<CUploadManager::FileDesc>& files) {
     for (const CUploadManager::FileDesc& file : files) {
-        std::string fileUrl;
-        string_convert::WStringToString(file.fileUrl, fileUrl);
-        VXT_LOG_INFO("\t file url: " << fileUrl << "; file uid: " << file.fileUid
-                                     << "; url: " << file.url);
+        VXT_LOG_INFO("\t file url: " << string_convert::toNarrow(file.fileUrl)
+                                     << "; file uid: " << file.fileUid << "; url: " << file.url);
         if (!file.additionalHttpHeaders.empty()) {
             VXT_LOG_INFO("\t additional http headers: ");
             for (const std::pair<std::string, std::string>& header : file.additionalHttpHeaders) {

@@ -110,5 +110,11 @@ void WStringToString(const std::wstring& in, std::string& out) {
     out.swap(result);
 }
 
+std::string toNarrow(const std::wstring& in) {
+    std::string out;
+    WStringToString(in, out);
+    return out;
+}
+
 }  // namespace string_convert
 }  // namespace vx_transfers

@@ -22,5 +22,8 @@ void StringToWstring(const std::string& in, std::wstring& out);
 // Wide to UTF-8. `out` is replaced.
 void WStringToString(const std::wstring& in, std::string& out);
 
+// Wide to UTF-8, as a value: for log lines and calls that take a narrow path.
+std::string toNarrow(const std::wstring& in);
+
 }  // namespace string_convert
 }  // namespace vx_transfers
