@@ -1,4 +1,3 @@
-#include <Poco/MD5Engine.h>
 #include <Poco/Net/HTTPRequest.h>
 #include <Poco/URI.h>
 #include <gtest/gtest.h>
@@ -15,6 +14,7 @@
 #include "memory/CTRansferBufferManagerDynamic.h"
 #include "support/CFakeTransferFile.h"
 #include "support/CScriptedHttpServer.h"
+#include "support/md5Hex.h"
 
 namespace vx_transfers {
 namespace {
@@ -25,12 +25,6 @@ using vxt_test::CServiceControlClient;
 using State = ITransferChannel::State;
 
 const milliseconds kWait(20000);
-
-std::string md5(const std::string& bytes) {
-    Poco::MD5Engine engine;
-    engine.update(bytes);
-    return Poco::DigestEngine::digestToHex(engine.digest());
-}
 
 // Opens up the request generation, for checking the head byte by byte.
 class CInspectableUploadChannel : public CUploadChannel {
@@ -107,7 +101,8 @@ TEST_F(CUploadChannelTest, RangeReachesTheServiceWithItsHeaders) {
     channel->stop();
 
     EXPECT_EQ(ITransferChannel::StateCompleted, m_file.states().back());
-    EXPECT_EQ(md5(CChannelsTestEnvironment::sourceRange(offset, size)), storedMd5(service()));
+    EXPECT_EQ(vxt_test::md5Hex(CChannelsTestEnvironment::sourceRange(offset, size)),
+              storedMd5(service()));
     const auto puts = service().control().requests(vxt_test::routes::kDataPut);
     ASSERT_EQ(1u, puts.size());
     EXPECT_EQ("PUT", puts[0].method);
@@ -131,7 +126,7 @@ TEST_F(CUploadChannelTest, HttpsUploadGoesThroughTheTlsListener) {
     ASSERT_TRUE(waitForEnd());
     channel->stop();
     EXPECT_EQ(ITransferChannel::StateCompleted, m_file.states().back());
-    EXPECT_EQ(md5(CChannelsTestEnvironment::sourceRange(0, size)), storedMd5(tls));
+    EXPECT_EQ(vxt_test::md5Hex(CChannelsTestEnvironment::sourceRange(0, size)), storedMd5(tls));
 }
 
 TEST_F(CUploadChannelTest, FailingStatusIsRetriedFromTheRangeStartUpToTheLimit) {
@@ -204,7 +199,8 @@ TEST_F(CUploadChannelTest, FailedAttemptsAreRetriedUntilTheRangeGetsThrough) {
         ASSERT_TRUE(file.waitForState(ITransferChannel::StateCompleted, kWait))
             << file.states().back();
         channel->stop();
-        EXPECT_EQ(md5(CChannelsTestEnvironment::sourceRange(0, size)), storedMd5(service()));
+        EXPECT_EQ(vxt_test::md5Hex(CChannelsTestEnvironment::sourceRange(0, size)),
+                  storedMd5(service()));
         EXPECT_EQ(2u, service().control().requests(vxt_test::routes::kDataPut).size());
         EXPECT_EQ(static_cast<long long>(size), file.progressSum());
     }

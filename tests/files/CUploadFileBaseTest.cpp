@@ -9,6 +9,7 @@
 #include "files/CUploadFileFactory.h"
 #include "files/CUploadFileMultiPart.h"
 #include "managers/startup/CSingleton.h"
+#include "support/md5Hex.h"
 
 namespace vx_transfers {
 namespace {
@@ -125,7 +126,7 @@ TEST_F(CUploadFileBaseTest, RestoredFileWithAllPartsDoneOnlyRepeatsTheClosingCal
     EXPECT_EQ(control().file(m_bucket.bucketId, desc.fileUid).uploadIds.at(0),
               complete[2].json["uploadId"].asString());
     EXPECT_EQ(2u, complete[2].json["numberOfParts"].asUInt());
-    EXPECT_EQ(md5(content), storedMd5(desc.fileUid));
+    EXPECT_EQ(vxt_test::md5Hex(content), storedMd5(desc.fileUid));
     EXPECT_EQ(2u, control().requests(routes::kDataPut).size());
     EXPECT_EQ(1u, calls(routes::kMultipartInitialize, desc.fileUid).size());
 }

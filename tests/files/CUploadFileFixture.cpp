@@ -1,7 +1,6 @@
 #include "CUploadFileFixture.h"
 
 #include <Poco/FileStream.h>
-#include <Poco/MD5Engine.h>
 #include <Poco/Path.h>
 
 #include "platform/porting/string_convert.h"
@@ -19,12 +18,6 @@ void CUploadFileFixture::TearDown() { m_group.reset(); }
 
 vxt_test::CServiceControlClient& CUploadFileFixture::control() {
     return CFilesTestEnvironment::service().control();
-}
-
-std::string CUploadFileFixture::md5(const std::string& bytes) {
-    Poco::MD5Engine engine;
-    engine.update(bytes);
-    return Poco::DigestEngine::digestToHex(engine.digest());
 }
 
 std::unique_ptr<CUploadGroup> CUploadFileFixture::makeGroup(int groupId, bool isNew) {

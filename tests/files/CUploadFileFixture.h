@@ -33,7 +33,6 @@ protected:
     void TearDown() override;
 
     static vxt_test::CServiceControlClient& control();
-    static std::string md5(const std::string& bytes);
 
     // A group of the test's bucket; `groupId` 0 picks a fresh one.
     std::unique_ptr<CUploadGroup> makeGroup(int groupId = 0, bool isNew = true);

@@ -2,6 +2,7 @@
 
 #include "CUploadFileFixture.h"
 #include "files/CUploadFileMultiPart.h"
+#include "support/md5Hex.h"
 
 namespace vx_transfers {
 namespace {
@@ -39,7 +40,7 @@ TEST_F(CUploadFileMultiPartTest, VerifiedPartsLandAndAreCompletedWithTheirCount)
     ASSERT_EQ(1u, init.size());
     EXPECT_TRUE(init[0].json["uploadId"].isNull());
     EXPECT_EQ(size, init[0].json["size"].asUInt64());
-    EXPECT_EQ(md5(m_content), init[0].json["md5Digest"].asString());
+    EXPECT_EQ(vxt_test::md5Hex(m_content), init[0].json["md5Digest"].asString());
     const Json::Value& parts = init[0].json["parts"];
     ASSERT_EQ(3u, parts.size());
     const unsigned long long sizes[] = {kPartSize, kPartSize, 1000};
@@ -47,7 +48,8 @@ TEST_F(CUploadFileMultiPartTest, VerifiedPartsLandAndAreCompletedWithTheirCount)
         SCOPED_TRACE(i);
         EXPECT_EQ(i + 1, parts[i]["number"].asUInt());
         EXPECT_EQ(sizes[i], parts[i]["size"].asUInt64());
-        EXPECT_EQ(md5(m_content.substr(i * kPartSize, sizes[i])), parts[i]["md5Digest"].asString());
+        EXPECT_EQ(vxt_test::md5Hex(m_content.substr(i * kPartSize, sizes[i])),
+                  parts[i]["md5Digest"].asString());
     }
     ChannelList channels;
     file->getChannelVector(channels);
@@ -66,7 +68,7 @@ TEST_F(CUploadFileMultiPartTest, VerifiedPartsLandAndAreCompletedWithTheirCount)
     EXPECT_EQ(3u, complete[0].json["numberOfParts"].asUInt());
     EXPECT_EQ(control().file(m_bucket.bucketId, m_desc.fileUid).uploadIds.at(0),
               complete[0].json["uploadId"].asString());
-    EXPECT_EQ(md5(m_content), storedMd5(m_desc.fileUid));
+    EXPECT_EQ(vxt_test::md5Hex(m_content), storedMd5(m_desc.fileUid));
     EXPECT_TRUE(calls(routes::kMultipartAbort, m_desc.fileUid).empty());
 
     // Each part's own headers come first, the application's behind them.

@@ -2,6 +2,7 @@
 
 #include "CUploadFileFixture.h"
 #include "files/CUploadFileSinglePart.h"
+#include "support/md5Hex.h"
 
 namespace vx_transfers {
 namespace {
@@ -47,7 +48,7 @@ TEST_F(CUploadFileSinglePartTest, WholeFileLandsAndIsClosedWithItsByteCount) {
     ASSERT_TRUE(m_callback.waitForStatus(m_desc.fileUid,
                                          CTransferManagerBase::FILE_STATUS_COMPLETED, kWait));
 
-    EXPECT_EQ(md5(m_content), storedMd5(m_desc.fileUid));
+    EXPECT_EQ(vxt_test::md5Hex(m_content), storedMd5(m_desc.fileUid));
     const auto closing = calls(routes::kFileStatus, m_desc.fileUid);
     ASSERT_EQ(1u, closing.size());
     EXPECT_EQ("COMPLETED", closing[0].json["status"].asString());
@@ -111,7 +112,7 @@ TEST_F(CUploadFileSinglePartTest, ClosingCallThatOnlyWorksTheSecondTimeFailsTheF
                                          CTransferManagerBase::FILE_STATUS_COMPLETED, kWait));
     EXPECT_EQ((std::vector<std::string>{"-", "COMPLETED", "COMPLETED"}), statusWords());
     EXPECT_EQ(1u, control().requests(routes::kDataPut).size());
-    EXPECT_EQ(md5(m_content), storedMd5(m_desc.fileUid));
+    EXPECT_EQ(vxt_test::md5Hex(m_content), storedMd5(m_desc.fileUid));
 }
 
 TEST_F(CUploadFileSinglePartTest, CancelledChannelTellsTheServiceTheFileIsCancelled) {

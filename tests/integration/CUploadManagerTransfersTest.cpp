@@ -8,6 +8,7 @@
 
 #include "integration/CUploadPipelineFixture.h"
 #include "support/CNginxFixture.h"
+#include "support/md5Hex.h"
 #include "vx_transfers/CBucket.h"
 
 namespace vxt_test {

@@ -1,8 +1,6 @@
 #include "integration/CUploadPipelineFixture.h"
 
-#include <Poco/DigestEngine.h>
 #include <Poco/File.h>
-#include <Poco/MD5Engine.h>
 #include <Poco/String.h>
 #include <Poco/TemporaryFile.h>
 
@@ -183,12 +181,6 @@ std::string CUploadPipelineFixture::storedContent(const std::string& bucketId,
     auto info = control().file(bucketId, fileId);
     if (!info.stored) return std::string();
     return readFile(info.storagePath);
-}
-
-std::string CUploadPipelineFixture::md5Hex(const std::string& content) {
-    Poco::MD5Engine engine;
-    engine.update(content.data(), content.size());
-    return Poco::DigestEngine::digestToHex(engine.digest());
 }
 
 std::string CUploadPipelineFixture::logText() const {

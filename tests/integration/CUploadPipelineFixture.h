@@ -86,7 +86,6 @@ protected:
 
     // What the service stored for a file, read from its storage path.
     std::string storedContent(const std::string& bucketId, const std::string& fileId);
-    static std::string md5Hex(const std::string& content);
     static std::string readFile(const std::string& path);
     std::string logText() const;
 

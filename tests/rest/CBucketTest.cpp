@@ -1,5 +1,4 @@
 #include <Poco/File.h>
-#include <Poco/MD5Engine.h>
 #include <Poco/Net/HTTPClientSession.h>
 #include <Poco/Net/HTTPRequest.h>
 #include <Poco/Net/HTTPResponse.h>
@@ -11,6 +10,7 @@
 #include "CCannedResponseServer.h"
 #include "CRestTestFixture.h"
 #include "platform/porting/string_convert.h"
+#include "support/md5Hex.h"
 #include "vx_transfers/CBucket.h"
 
 namespace vx_transfers {
@@ -81,10 +81,7 @@ TEST_F(CBucketTest, LogsInCreatesABucketAndAddsARealFile) {
 
     // The description is what a single-part upload needs.
     EXPECT_EQ(200, put(desc, content) / 100 * 100);
-    Poco::MD5Engine md5;
-    md5.update(content);
-    EXPECT_EQ(Poco::DigestEngine::digestToHex(md5.digest()),
-              service().control().file(info.bucketId, desc.fileUid).md5);
+    EXPECT_EQ(vxt_test::md5Hex(content), service().control().file(info.bucketId, desc.fileUid).md5);
 }
 
 TEST_F(CBucketTest, FailedLoginGivesEmptyResultsAndAnEmptyBucketPath) {

@@ -1,7 +1,5 @@
 // nginx as the independent data server: the fixture itself (PUT, ranged GET, access log), and
 // the local service handing out nginx URLs while REST stays with it.
-#include <Poco/DigestEngine.h>
-#include <Poco/MD5Engine.h>
 #include <gtest/gtest.h>
 #include <signal.h>
 
@@ -10,17 +8,12 @@
 #include "support/CLocalService.h"
 #include "support/CNginxEnvironment.h"
 #include "support/CNginxFixture.h"
+#include "support/md5Hex.h"
 
 namespace vxt_test {
 namespace {
 
 ::testing::Environment* const g_nginx = ::testing::AddGlobalTestEnvironment(new CNginxEnvironment);
-
-std::string md5Of(const std::string& data) {
-    Poco::MD5Engine engine;
-    engine.update(data);
-    return Poco::DigestEngine::digestToHex(engine.digest());
-}
 
 TEST(CNginxFixtureTest, StoresPutsAndServesRangesThatTheAccessLogShows) {
     CNginxFixture& nginx = CNginxEnvironment::nginx();
@@ -77,7 +70,7 @@ TEST(CNginxFixtureTest, ServiceHandsOutNginxUrlsForUploadsAndDownloads) {
     status["bucketId"] = bucket.bucketId;
     const std::string filePath = "/api/v2/bucket/" + bucket.bucketId + "/file/" + target.fileId;
     EXPECT_EQ(http.postJson(filePath + "/status", status).status, 200);
-    EXPECT_EQ(service.control().file(bucket.bucketId, target.fileId).md5, md5Of(data));
+    EXPECT_EQ(service.control().file(bucket.bucketId, target.fileId).md5, md5Hex(data));
 
     // Multipart: parts to nginx, assembled by the service from nginx's root.
     const std::string big = std::string(150000, 'a') + std::string(50000, 'b');
@@ -88,7 +81,7 @@ TEST(CNginxFixtureTest, ServiceHandsOutNginxUrlsForUploadsAndDownloads) {
     init["fileId"] = multi.fileId;
     init["bucketId"] = bucket.bucketId;
     init["uploader"] = "DESKTOP";
-    init["md5Digest"] = md5Of(big);
+    init["md5Digest"] = md5Hex(big);
     init["size"] = Json::UInt64(big.size());
     for (unsigned n = 1; n <= 2; ++n) {
         Json::Value part;

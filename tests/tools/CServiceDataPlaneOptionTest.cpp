@@ -1,8 +1,6 @@
 // The service's data-plane option: upload URLs point at nginx while REST stays on the service,
 // which judges, assembles and hashes what nginx stored. Through the configuration in process,
 // and through the program's --data-plane-url/--data-plane-dir flags.
-#include <Poco/DigestEngine.h>
-#include <Poco/MD5Engine.h>
 #include <gtest/gtest.h>
 #include <poll.h>
 #include <signal.h>
@@ -20,16 +18,12 @@
 #include "support/CNginxEnvironment.h"
 #include "support/CNginxFixture.h"
 #include "support/CServiceControlClient.h"
+#include "support/md5Hex.h"
+#include "support/reapChild.h"
 #include "vxt-service/CService.h"
 
 namespace vxt_test {
 namespace {
-
-std::string md5Of(const std::string& data) {
-    Poco::MD5Engine engine;
-    engine.update(data);
-    return Poco::DigestEngine::digestToHex(engine.digest());
-}
 
 bool startsWith(const std::string& text, const std::string& prefix) {
     return text.compare(0, prefix.size(), prefix) == 0;
@@ -111,7 +105,7 @@ TEST_F(CServiceDataPlaneOptionTest, SinglePartUrlsPointAtTheDataPlaneWhoseBytesT
     EXPECT_EQ(request.upload(data).perform().status, 201);
     EXPECT_EQ(postCompleted(fileId, data.size()).status, 200);
     auto info = CServiceControlClient(m_service->rootUrl()).file(m_bucketId, fileId);
-    EXPECT_EQ(info.md5, md5Of(data));
+    EXPECT_EQ(info.md5, md5Hex(data));
     EXPECT_EQ(info.storedSize, data.size());
     EXPECT_TRUE(startsWith(info.storagePath, m_planeDir + "/")) << info.storagePath;
 }
@@ -125,7 +119,7 @@ TEST_F(CServiceDataPlaneOptionTest, MultipartPartsGoToTheDataPlaneAndAreAssemble
     Json::Value init = bucketBody(target.fileId);
     init["uploadId"] = Json::Value();
     init["uploader"] = "DESKTOP";
-    init["md5Digest"] = md5Of(big);
+    init["md5Digest"] = md5Hex(big);
     init["size"] = Json::UInt64(big.size());
     const std::size_t sizes[] = {120000, 80000};
     for (unsigned n = 1; n <= 2; ++n) {
@@ -156,7 +150,7 @@ TEST_F(CServiceDataPlaneOptionTest, MultipartPartsGoToTheDataPlaneAndAreAssemble
     auto done = m_http->postJson(filePath(target.fileId) + "/upload/multipart/complete", complete);
     EXPECT_EQ(done.status, 200) << done.body;
     auto info = control.file(m_bucketId, target.fileId);
-    EXPECT_EQ(info.md5, md5Of(big));
+    EXPECT_EQ(info.md5, md5Hex(big));
     EXPECT_TRUE(startsWith(info.storagePath, m_planeDir + "/")) << info.storagePath;
 }
 
@@ -196,22 +190,6 @@ pid_t launch(const std::vector<std::string>& args, FILE** out) {
     return pid;
 }
 
-// Waits (bounded) for the child to end; kills it when it does not. Gives the wait status.
-int reap(pid_t pid, std::chrono::seconds timeout) {
-    const auto deadline = std::chrono::steady_clock::now() + timeout;
-    int status = 0;
-    while (::waitpid(pid, &status, WNOHANG) == 0) {
-        if (std::chrono::steady_clock::now() >= deadline) {
-            ::kill(pid, SIGKILL);
-            ::waitpid(pid, &status, 0);
-            ADD_FAILURE() << "vxt-service did not end in time";
-            break;
-        }
-        std::this_thread::sleep_for(std::chrono::milliseconds(10));
-    }
-    return status;
-}
-
 TEST(CServiceDataPlaneOptionExecutableTest, FlagsSendUploadsToTheDataPlane) {
     CNginxFixture& nginx = CNginxEnvironment::nginx();
     FILE* out = nullptr;
@@ -223,7 +201,7 @@ TEST(CServiceDataPlaneOptionExecutableTest, FlagsSendUploadsToTheDataPlane) {
     pollfd ready{::fileno(out), POLLIN, 0};
     if (::poll(&ready, 1, 10000) != 1 || ::fgets(line, sizeof line, out) == nullptr) {
         ::kill(pid, SIGKILL);
-        reap(pid, std::chrono::seconds(5));
+        reapChild(pid, std::chrono::seconds(5));
         ::fclose(out);
         FAIL() << "vxt-service printed no URL";
     }
@@ -235,9 +213,9 @@ TEST(CServiceDataPlaneOptionExecutableTest, FlagsSendUploadsToTheDataPlane) {
     auto target = control.registerUpload(bucket.bucketId, "e.bin", data.size());
     EXPECT_TRUE(startsWith(target.url, nginx.baseUrl() + "/b/")) << target.url;
     EXPECT_EQ(CCurlRequest(target.url).headers(target.headers).upload(data).perform().status, 201);
-    EXPECT_EQ(control.file(bucket.bucketId, target.fileId).md5, md5Of(data));
+    EXPECT_EQ(control.file(bucket.bucketId, target.fileId).md5, md5Hex(data));
     ::kill(pid, SIGTERM);
-    int status = reap(pid, std::chrono::seconds(10));
+    int status = reapChild(pid, std::chrono::seconds(10));
     EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
     ::fclose(out);
 }
@@ -253,7 +231,7 @@ TEST(CServiceDataPlaneOptionExecutableTest, HalfADataPlaneIsAUsageError) {
         FILE* out = nullptr;
         pid_t pid = launch(args, &out);
         ASSERT_GT(pid, 0);
-        int status = reap(pid, std::chrono::seconds(10));
+        int status = reapChild(pid, std::chrono::seconds(10));
         EXPECT_TRUE(WIFEXITED(status));
         EXPECT_EQ(WEXITSTATUS(status), 2);
         ::fclose(out);

@@ -14,25 +14,10 @@
 
 #include "support/CJsonHttpClient.h"
 #include "support/CServiceControlClient.h"
+#include "support/reapChild.h"
 
 namespace vxt_test {
 namespace {
-
-// Waits (bounded) for a child to exit; kills it when it does not. Gives the wait status.
-int reap(pid_t pid, std::chrono::seconds timeout) {
-    const auto deadline = std::chrono::steady_clock::now() + timeout;
-    int status = 0;
-    while (::waitpid(pid, &status, WNOHANG) == 0) {
-        if (std::chrono::steady_clock::now() >= deadline) {
-            ::kill(pid, SIGKILL);
-            ::waitpid(pid, &status, 0);
-            ADD_FAILURE() << "vxt-service did not stop in time";
-            break;
-        }
-        std::this_thread::sleep_for(std::chrono::milliseconds(10));
-    }
-    return status;
-}
 
 TEST(CServiceExecutableTest, PrintsItsUrlServesAndStopsOnSigterm) {
     std::string dir = std::filesystem::temp_directory_path().string() + "/vxt-exe-XXXXXX";
@@ -56,7 +41,7 @@ TEST(CServiceExecutableTest, PrintsItsUrlServesAndStopsOnSigterm) {
     pollfd ready{out[0], POLLIN, 0};
     if (::poll(&ready, 1, 10000) != 1 || ::fgets(line, sizeof line, stream) == nullptr) {
         ::kill(pid, SIGKILL);
-        reap(pid, std::chrono::seconds(5));
+        reapChild(pid, std::chrono::seconds(5));
         FAIL() << "vxt-service printed no URL";
     }
     std::string baseUrl(line);
@@ -79,7 +64,7 @@ TEST(CServiceExecutableTest, PrintsItsUrlServesAndStopsOnSigterm) {
     EXPECT_EQ(control.waitForRoute(routes::kLogin, std::chrono::seconds(5)).status, 200);
 
     ASSERT_EQ(::kill(pid, SIGTERM), 0);
-    int status = reap(pid, std::chrono::seconds(10));
+    int status = reapChild(pid, std::chrono::seconds(10));
     EXPECT_TRUE(WIFEXITED(status));
     EXPECT_EQ(WEXITSTATUS(status), 0);
     ::fclose(stream);

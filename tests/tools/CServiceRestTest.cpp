@@ -1,7 +1,5 @@
 // The REST side of the local service, driven by Poco's HTTPClientSession (through
 // CJsonHttpClient) with the bodies the transfer library sends, and libcurl for the data plane.
-#include <Poco/DigestEngine.h>
-#include <Poco/MD5Engine.h>
 #include <gtest/gtest.h>
 
 #include <string>
@@ -9,15 +7,10 @@
 #include "CCurlRequest.h"
 #include "support/CJsonHttpClient.h"
 #include "support/CLocalService.h"
+#include "support/md5Hex.h"
 
 namespace vxt_test {
 namespace {
-
-std::string md5Of(const std::string& data) {
-    Poco::MD5Engine engine;
-    engine.update(data);
-    return Poco::DigestEngine::digestToHex(engine.digest());
-}
 
 std::string pattern(std::size_t size, char seed) {
     std::string out(size, '\0');
@@ -202,7 +195,7 @@ TEST_F(CServiceRestTest, SinglePartConversationStoresTheBytesAndRecordsEveryStat
     auto file = m_service.control().file(bucket.id, fileId);
     EXPECT_TRUE(file.stored);
     EXPECT_EQ(file.storedSize, data.size());
-    EXPECT_EQ(file.md5, md5Of(data));
+    EXPECT_EQ(file.md5, md5Hex(data));
     EXPECT_EQ(file.statusHistory, (std::vector<std::string>{"UPLOADING", "COMPLETED"}));
     EXPECT_EQ(file.progressHistory, (std::vector<std::uint64_t>{4096, data.size()}));
     EXPECT_EQ(m_service.control().bucket(bucket.id).statusHistory,
@@ -369,11 +362,11 @@ TEST_F(CServiceRestTest, MultipartUploadAssemblesPartsInNumberOrder) {
     const std::string fileId = registerFile(bucket, data.size());
     // Announced out of order and with digests; answered in ascending order.
     Json::Value parts(Json::arrayValue);
-    parts.append(part(3, 50000, md5Of(data.substr(200000))));
-    parts.append(part(1, 100000, md5Of(data.substr(0, 100000))));
-    parts.append(part(2, 100000, md5Of(data.substr(100000, 100000))));
+    parts.append(part(3, 50000, md5Hex(data.substr(200000))));
+    parts.append(part(1, 100000, md5Hex(data.substr(0, 100000))));
+    parts.append(part(2, 100000, md5Hex(data.substr(100000, 100000))));
     Json::Value body = initializeBody(bucket, fileId, data.size(), parts);
-    body["md5Digest"] = md5Of(data);
+    body["md5Digest"] = md5Hex(data);
     auto init = m_http.postJson(filePath(bucket, fileId, "/upload/multipart/initialize"), body);
     ASSERT_EQ(init.status, 200) << init.body;
     EXPECT_EQ(init.json["file"]["id"].asString(), fileId);
@@ -402,7 +395,7 @@ TEST_F(CServiceRestTest, MultipartUploadAssemblesPartsInNumberOrder) {
     EXPECT_EQ(r.json["file"]["id"].asString(), fileId);
     EXPECT_EQ(m_http.postJson(completePath, complete).status, 200) << "a repeated complete";
     auto file = m_service.control().file(bucket.id, fileId);
-    EXPECT_EQ(file.md5, md5Of(data));
+    EXPECT_EQ(file.md5, md5Hex(data));
     EXPECT_EQ(file.completedUploadId, uploadId);
     Json::Value abort = fileBody(bucket, fileId);
     abort["uploadId"] = uploadId;
@@ -415,7 +408,7 @@ TEST_F(CServiceRestTest, MultipartCompleteRefusesMissingOrAlteredPartsAndAbortDi
     Bucket bucket;
     const std::string fileId = registerFile(bucket, data.size());
     Json::Value parts(Json::arrayValue);
-    parts.append(part(1, 1000, md5Of(data.substr(0, 1000))));
+    parts.append(part(1, 1000, md5Hex(data.substr(0, 1000))));
     parts.append(part(2, 1000));
     auto init = m_http.postJson(filePath(bucket, fileId, "/upload/multipart/initialize"),
                                 initializeBody(bucket, fileId, data.size(), parts));
@@ -460,7 +453,7 @@ TEST_F(CServiceRestTest, EmptyFileCompletesAsMultipartWithNullParts) {
         200);
     auto file = m_service.control().file(bucket.id, fileId);
     EXPECT_TRUE(file.stored);
-    EXPECT_EQ(file.md5, md5Of(""));
+    EXPECT_EQ(file.md5, md5Hex(""));
 }
 
 TEST_F(CServiceRestTest, DownloadRedirectGivesASignedUrlThatExpires) {
@@ -469,7 +462,7 @@ TEST_F(CServiceRestTest, DownloadRedirectGivesASignedUrlThatExpires) {
     CServiceControlClient::SeedFile seed;
     seed.content = data;
     auto file = m_service.control().seedFile(bucket.bucketId, seed);
-    EXPECT_EQ(file.md5, md5Of(data));
+    EXPECT_EQ(file.md5, md5Hex(data));
     const std::string rest = "/api/v2/bucket/" + bucket.bucketId + "/file/" + file.fileId +
                              "/download?action=DOWNLOAD&token=" + bucket.token;
     // Poco's client asks with the absolute URL, as the library's download file does.
